@@ -1,0 +1,180 @@
+#ifndef ZQOSAPI_H
+#define ZQOSAPI_H
+
+/// @file
+/// Flat functions over the processor, the scheduler and the file system.
+///
+/// Functions that return `int` share one set of results:
+///
+/// | result | meaning                                                     |
+/// |--------|-------------------------------------------------------------|
+/// | 0      | done                                                        |
+/// | -1     | failed                                                      |
+/// | -2     | exists already                                              |
+/// | -3     | not found (`ENOENT`)                                        |
+/// | -5     | the callback stopped it                                     |
+/// | -6     | invalid argument: null or empty where not allowed, `EINVAL` |
+/// | -7     | another error of the system                                 |
+///
+/// `errno` is left as the failing system call set it. Paths end in a null character; where a function takes a path apart,
+/// both "/" and "\" separate its parts.
+///
+/// Threads: every function may be called from any thread; none keeps state between calls. The functions on files print
+/// nothing.
+///
+/// @code
+/// bool Print(const _ZQStruFileInfo& info, void*) { std::puts(info.pszPath); return true; }
+///
+/// if (0 == ZQRecursiveMakeDir("cache/thumbnails/small")) { ZQFetchDir("cache", Print, nullptr); }
+/// @endcode
+
+#include "ZQDefine.h"
+
+#include <cstdint>
+#include <ctime>
+#include <string>
+
+/// A word that the atomic functions work on: 64 bits, naturally aligned, owned by the caller.
+typedef long ZQAtomicCell;
+
+/// An entry that a walk hands to its callback.
+struct _ZQStruFileInfo
+{
+    const char* pszPath;  ///< The directory, "/" and the name; valid during the callback only.
+    int nType;            ///< 1 a regular file, 2 a directory, 0 anything else or not told.
+};
+
+/// Called by a walk for an entry; returns `true` to go on, `false` to stop. @p user is what the walk was given.
+typedef bool (*ZQFetchDirCallBack)(const _ZQStruFileInfo& info, void* user);
+
+extern "C"
+{
+    /// @name Atomic operations
+    /// Lock-free, callable from any thread and from signal handlers. Those that change a cell are full memory barriers.
+    /// Mind the asymmetry: ZQAtomicInc() and ZQAtomicDec() return the new value, ZQAtomicAnd() and ZQAtomicOr() the old one.
+    /// @{
+
+    /// Stores @p value.
+    ZQ_API void ZQAtomicSet(volatile long* cell, long value);
+    /// Reads the cell: one load, no barrier.
+    ZQ_API long ZQAtomicGet(const volatile long* cell);
+    /// Adds 1; returns the value after it.
+    ZQ_API long ZQAtomicInc(volatile long* cell);
+    /// Subtracts 1; returns the value after it.
+    ZQ_API long ZQAtomicDec(volatile long* cell);
+    /// Keeps the bits of @p mask; returns the value before it.
+    ZQ_API long ZQAtomicAnd(volatile long* cell, long mask);
+    /// Sets the bits of @p mask; returns the value before it.
+    ZQ_API long ZQAtomicOr(volatile long* cell, long mask);
+    /// Stores @p desired if the cell holds @p expected; returns whether it did. A barrier in either case.
+    ZQ_API bool ZQAtomicCompareExchange(volatile long* cell, long expected, long desired);
+    /// Stores @p value.
+    ZQ_API void ZQAtomicPointerSet(void* volatile* cell, void* value);
+    /// Stores @p desired if the cell holds @p expected; returns whether it did. A barrier in either case.
+    ZQ_API bool ZQAtomicCompareExchangePointer(void* volatile* cell, void* expected, void* desired);
+    /// @}
+
+    /// @name Scheduler
+    /// @{
+
+    /// Sleeps.
+    /// @param milliseconds  from 1000 on, a rest beyond whole seconds is slept 5 ms short, and one of up to 5 ms not at all; a
+    ///                      sleep of whole seconds goes on after a signal, one below a second ends with it. Not for negative
+    ///                      values: they are taken as a large unsigned number of microseconds, an hour or so.
+    /// Over `usleep(3)` and `sleep(3)`.
+    ZQ_API void ZQSleep(int milliseconds);
+    /// Lets another thread run. @return 0, as `sched_yield(2)`
+    ZQ_API int ZQThreadYield();
+    /// The number of processors that are online, at least 1. Over `sysconf(_SC_NPROCESSORS_ONLN)`.
+    ZQ_API int ZQGetCPUProcessorNumber();
+    /// @}
+
+    /// @name Making and removing
+    /// @{
+
+    /// Makes one directory with mode 0777 less the process's umask. Separators at the end of @p path are ignored.
+    /// @return 0, also when something of that name exists already, a directory or not; -6 null or nothing but "" or one
+    ///         separator; -1 any other failure. Over `mkdir(2)`.
+    ZQ_API int ZQMakeDir(const char* path);
+    /// Makes a directory and what is missing above it.
+    ///
+    /// The path is tried as given first, so a name with a "\\" in it is made as that one name where its parent exists. Only
+    /// when that fails are both separators taken for separators.
+    /// @return 0; -6 null, empty or "/"; -1 any other failure
+    ZQ_API int ZQRecursiveMakeDir(const char* path);
+    /// Removes an empty directory. @return 0, also when it does not exist; -1 any other failure. Over `rmdir(2)`.
+    ZQ_API int ZQRemoveDir(const char* path);
+    /// Removes a file or an empty directory. @return 0; -3 not found; -6 null; -1 any other failure. Over `remove(3)`.
+    ZQ_API int ZQRemove(const char* path);
+    /// Removes a directory with all files and directories in it. Other entries, symbolic links among them, are neither followed
+    /// nor removed: a tree that holds one keeps it and the directories above it. What was removed before a failure stays
+    /// removed.
+    /// @return 0; -3 not found; -5 something in it could not be removed, or has a path of more than 1022 bytes; -6 null or
+    ///         empty; -7 the directory could not be read; -1 the directory itself could not be removed
+    ZQ_API int ZQForcedRemoveDir(const char* path);
+    /// @}
+
+    /// @name Walking
+    /// A walk goes over the entries of one directory, "." and ".." left out, in the order of `readdir(3)`, without descending.
+    /// It holds no lock while it calls @p cb, which may remove the entry that it is given. Paths of more than 1022 bytes are
+    /// cut off without notice.
+    /// @{
+
+    /// Calls @p cb for each entry of a directory. Symbolic links are not followed and have type 0.
+    /// @param dir   separators at its end are ignored
+    /// @param cb    not null
+    /// @param user  handed to @p cb as it is
+    /// @return 0 at the end; -3 not found; -5 stopped by @p cb; -6 @p dir is null or empty; -7 another error
+    ZQ_API int ZQFetchDir(const char* dir, ZQFetchDirCallBack cb, void* user);
+    /// Calls @p cb for each entry of a directory that is an empty folder by ZQIsFolderEmpty(). The type is not told: it is 0.
+    /// @param dir   separators at its end are ignored
+    /// @param cb    not null
+    /// @param user  handed to @p cb as it is
+    /// @return 0 at the end; -3 not found or empty; -5 stopped by @p cb; -6 @p dir is null; -7 another error
+    ZQ_API int ZQGetEmptyFolderList(const char* dir, ZQFetchDirCallBack cb, void* user);
+    /// Whether a directory holds nothing but directories, at any depth; links to directories count as those. Null gives `true`;
+    /// what cannot be opened as a directory, and a path of more than 1022 bytes in it, `false`.
+    ZQ_API bool ZQIsFolderEmpty(const char* path);
+    /// @}
+
+    /// @name Facts about a path
+    /// Symbolic links are followed; a link that leads nowhere is looked at itself, where nothing else is said. Over `stat(2)`
+    /// and `lstat(2)`.
+    /// @{
+
+    /// @return 0 a directory; -1 something else; -3 not found; -6 invalid; -7 another error, a null path among them
+    ZQ_API int ZQIsFolder(const char* path);
+    /// @return 0 a regular file; -1 something else, a link that leads nowhere among it; -3 not found; -6 invalid; -7 another
+    ///         error, a null path among them
+    ZQ_API int ZQIsFile(const char* path);
+    /// Whether there is an entry of that name; a symbolic link is one wherever it leads.
+    /// @return 0 there is; -3 there is not; -6 null or invalid; -7 another error
+    ZQ_API int ZQIsFileExist(const char* path);
+    /// Reads the time of the last modification and the size.
+    /// @param path   not null
+    /// @param mtime  receives whole seconds since 1970-01-01 UTC; may be null
+    /// @param size   receives bytes; may be null
+    /// @return 0; -3 not found; -6 null or invalid; -1 another error: then nothing is written
+    ZQ_API int ZQGetFileInfo(const char* path, time_t* mtime, int64_t* size);
+    /// The size in bytes, or as a negative number the result of ZQGetFileInfo().
+    ZQ_API int64_t ZQGetFileSize(const char* path);
+    /// The time of the last modification in whole seconds since 1970-01-01 UTC, or the result of ZQGetFileInfo(), which a time
+    /// shortly before 1970 cannot be told from.
+    ZQ_API int64_t ZQGetLastModifiedTime(const char* path);
+    /// @}
+
+    /// @name Internal, exported for the library's own use
+    /// @{
+
+    /// The callback of ZQForcedRemoveDir(): removes the entry if it is a file or a directory. @return whether to go on
+    ZQ_API bool RemoveDirFileCallBack(const _ZQStruFileInfo& info, void* user);
+    /// @}
+}
+
+/// The text before the last separator, "" without one.
+///
+///     "a/b/c" => "a/b"     "a\\b"  => "a"     "/a" => ""
+///     "a/b/"  => "a/b"     "abc"  => ""       ""   => ""
+ZQ_API std::string GetParentFolder(std::string path);
+
+#endif

@@ -1,0 +1,56 @@
+#include "ZQMutex.h"
+
+#include "ZQCheck.h"
+
+namespace
+{
+constexpr int RecursiveLockLine = 55;  // the line that the documented report of a recursive lock names
+}
+
+ZQMutex::ZQMutex() : m_nLocked(0)
+{
+    MutexCheck.AbortUnless(0 == pthread_mutex_init(&m_hOS, nullptr), "0==pthread_mutex_init(&m_hOS,NULL)",
+                           "ZQMutex::ZQMutex pthread_mutex_init fail.");
+}
+
+ZQMutex::~ZQMutex()
+{
+    pthread_mutex_destroy(&m_hOS);
+}
+
+void ZQMutex::Lock() ZQ_NO_THREAD_SAFETY_ANALYSIS
+{
+    MutexCheck.AbortUnless(0 == pthread_mutex_lock(&m_hOS), "0==pthread_mutex_lock(&m_hOS)",
+                           "ZQMutex::Lock pthread_mutex_lock fail.\n");
+    MutexCheck.AbortUnless(m_nLocked == 0, "m_nLocked==0", "ZQMutex::Lock Recursive lock", RecursiveLockLine);
+    m_nLocked = 1;
+}
+
+void ZQMutex::Unlock() ZQ_NO_THREAD_SAFETY_ANALYSIS
+{
+    MutexCheck.AbortUnless(0 != m_nLocked, "0 != m_nLocked", "ZQMutex::Unlock unlock no locked");
+    --m_nLocked;
+    MutexCheck.AbortUnless(0 == pthread_mutex_unlock(&m_hOS), "0==pthread_mutex_unlock(&m_hOS)",
+                           "ZQMutex::Unlock pthread_mutex_unlock fail.\n");
+}
+
+bool ZQMutex::TryLock() ZQ_NO_THREAD_SAFETY_ANALYSIS
+{
+    if (0 != pthread_mutex_trylock(&m_hOS))
+    {
+        return false;
+    }
+    MutexCheck.AbortUnless(m_nLocked == 0, "m_nLocked==0", "ZQMutex::TryLock Recursive lock");
+    m_nLocked = 1;
+    return true;
+}
+
+ZQAutoMutex::ZQAutoMutex(ZQMutex& mutex) : m_mutex(mutex)
+{
+    m_mutex.Lock();
+}
+
+ZQAutoMutex::~ZQAutoMutex()
+{
+    m_mutex.Unlock();
+}

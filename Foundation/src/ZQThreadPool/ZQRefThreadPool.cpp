@@ -1,0 +1,157 @@
+#include "ZQThreadPool.h"
+
+#include "ZQCheck.h"
+#include "ZQOSApi.h"
+#include "ZQRelaxed.h"
+
+#include <algorithm>
+#include <new>
+
+namespace
+{
+constexpr int LeastAutomaticThreads = 16;
+constexpr int MostAutomaticThreads = 64;
+
+int AutomaticMaximum()
+{
+    return std::clamp(2 * ZQGetCPUProcessorNumber() + 1, LeastAutomaticThreads, MostAutomaticThreads);
+}
+
+/// Milliseconds of @p seconds; a product that does not fit wraps.
+int Milliseconds(int seconds)
+{
+    return static_cast<int>(static_cast<unsigned int>(seconds) * 1000U);
+}
+}  // namespace
+
+ZQRefThreadPool* ZQRefThreadPool::Create(int nMaxThreads, int nIdleSeconds)
+{
+    if (nMaxThreads <= 0)
+    {
+        nMaxThreads = AutomaticMaximum();
+    }
+    return new (std::nothrow) ZQRefThreadPool((nMaxThreads >> 1) + 1, nMaxThreads, nIdleSeconds);
+}
+
+ZQRefThreadPool::ZQRefThreadPool(int nMinThreads, int nMaxThreads, int nIdleSeconds)
+    : m_nMinThreads(nMinThreads), m_nMaxThreads(nMaxThreads), m_nIdleTimeout(Milliseconds(nIdleSeconds)),
+      m_bRunning(true), m_nCapacity(0), m_nRefs(1)
+{
+    m_listTasks.set_node_functions(CallocTaskNodeFromCache, FreeTaskNodeToCache, &m_listTaskCache);
+    m_listTaskCache.set_node_functions(NewTaskNode, DelTaskNode, nullptr);
+    m_listTPLCache.set_node_functions(NewTPLTaskNode, DelTPLTaskNode, nullptr);
+}
+
+ZQRefThreadPool::~ZQRefThreadPool()
+{
+    StopAll();
+    JoinAll();
+    for (auto it = m_listThreads.begin(); it != m_listThreads.end(); ++it)
+    {
+        delete *it;
+    }
+    ThreadPoolCheck.CrashUnless(GetCapacity() == 0, "m_nCapacity == 0");
+    // By hand and in this order: the tasks' nodes go to the cache, which as a member would be destroyed before the list.
+    m_listThreads.clear();
+    m_listTasks.clear();
+    m_listTaskCache.clear();
+    m_listTPLCache.clear();
+}
+
+void ZQRefThreadPool::Ref()
+{
+    ZQAtomicInc(&m_nRefs);
+}
+
+void ZQRefThreadPool::Unref()
+{
+    if (ZQAtomicDec(&m_nRefs) == 0)
+    {
+        delete this;
+    }
+}
+
+bool ZQRefThreadPool::Start(TaskFunction pfnTask, void* pArg, ZQTaskPoolCore* pCore)
+{
+    if (!ZQRelaxedLoad(m_bRunning))
+    {
+        return false;
+    }
+    ZQAutoMutex lock(m_mutex);
+    if (!ZQRelaxedLoad(m_bRunning))
+    {
+        // Stopped since. A worker started now would be one whose thread is on its way out and needs this lock to leave.
+        return false;
+    }
+    m_listTasks.push_back(_StruRefTask{pfnTask, pArg, pCore});
+    ThreadNode* pIdle = m_listIdle.front_node();
+    if (pIdle != nullptr)
+    {
+        m_listIdle.unlink(pIdle);
+        pIdle->data->Signal();
+    }
+    else if (GetCapacity() < m_nMaxThreads)
+    {
+        AddThread();
+    }
+    return true;
+}
+
+bool ZQRefThreadPool::Start(TaskFunction pfnTask, void* pArg)
+{
+    return Start(pfnTask, pArg, nullptr);
+}
+
+int ZQRefThreadPool::GetCapacity() const
+{
+    return ZQRelaxedLoad(m_nCapacity);
+}
+
+void ZQRefThreadPool::Clean(ZQTaskPoolCore* pCore, ZxxListInner<_StruRefTask>& listOut)
+{
+    ZQAutoMutex lock(m_mutex);
+    for (auto it = m_listTasks.begin(); it != m_listTasks.end();)
+    {
+        TaskNode* pNode = it.node();
+        ++it;
+        if (pNode->data.pCore == pCore)
+        {
+            m_listTasks.unlink(pNode);
+            listOut.link_back(pNode);
+        }
+    }
+}
+
+void ZQRefThreadPool::FreeCleanResult(ZxxListInner<_StruRefTask>& list)
+{
+    if (list.empty())
+    {
+        return;
+    }
+    ZQAutoMutex lock(m_mutex);
+    while (TaskNode* pNode = list.front_node())
+    {
+        list.unlink(pNode);
+        FreeTaskNodeToCache(pNode, &m_listTaskCache);
+    }
+}
+
+void ZQRefThreadPool::StopAll()
+{
+    ZQAutoMutex lock(m_mutex);
+    ZQRelaxedStore(m_bRunning, false);
+    for (auto it = m_listThreads.begin(); it != m_listThreads.end(); ++it)
+    {
+        (*it)->Stop();
+        (*it)->Signal();
+    }
+}
+
+void ZQRefThreadPool::JoinAll()
+{
+    // Without the lock, which the workers need to leave; nobody changes the list after StopAll().
+    for (auto it = m_listThreads.begin(); it != m_listThreads.end(); ++it)
+    {
+        (*it)->Join();
+    }
+}

@@ -1,0 +1,75 @@
+#include "ZQThreadPool.h"
+
+// The two caches of list nodes. They differ in their bounds and in what happens beyond them: a task node is dropped, a
+// task pool's node is freed. Programs have come to count on the figures.
+
+namespace
+{
+constexpr long TaskCacheBound = 100000;
+constexpr long TPLCacheBound = 200000;
+
+template <class List> typename List::node_type* TakeLast(List& cache)
+{
+    typename List::node_type* pNode = cache.back_node();
+    if (pNode != nullptr)
+    {
+        cache.unlink(pNode);
+    }
+    return pNode;
+}
+}  // namespace
+
+ZQRefThreadPool::TaskNode* ZQRefThreadPool::NewTaskNode(void* context)
+{
+    return ZxxListInner<_StruRefTask>::calloc_node(context);
+}
+
+void ZQRefThreadPool::DelTaskNode(TaskNode* node, void* context)
+{
+    ZxxListInner<_StruRefTask>::free_node(node, context);
+}
+
+ZQRefThreadPool::TaskNode* ZQRefThreadPool::CallocTaskNodeFromCache(void* cache)
+{
+    TaskNode* pNode = TakeLast(*static_cast<ZxxListInner<_StruRefTask>*>(cache));
+    return pNode != nullptr ? pNode : NewTaskNode(nullptr);
+}
+
+void ZQRefThreadPool::FreeTaskNodeToCache(TaskNode* node, void* cache)
+{
+    auto& list = *static_cast<ZxxListInner<_StruRefTask>*>(cache);
+    if (list.size() < TaskCacheBound)
+    {
+        list.link_front(node);
+    }
+}
+
+ZQRefThreadPool::TPLTaskNode* ZQRefThreadPool::NewTPLTaskNode(void* context)
+{
+    return ZxxListInner<void*>::calloc_node(context);
+}
+
+void ZQRefThreadPool::DelTPLTaskNode(TPLTaskNode* node, void* context)
+{
+    ZxxListInner<void*>::free_node(node, context);
+}
+
+ZQRefThreadPool::TPLTaskNode* ZQRefThreadPool::GetTPLTaskNode()
+{
+    ZQAutoMutex lock(m_mutexTPL);
+    TPLTaskNode* pNode = TakeLast(m_listTPLCache);
+    return pNode != nullptr ? pNode : NewTPLTaskNode(nullptr);
+}
+
+void ZQRefThreadPool::FreeTPLTaskNode(TPLTaskNode* node)
+{
+    ZQAutoMutex lock(m_mutexTPL);
+    if (m_listTPLCache.size() >= TPLCacheBound)
+    {
+        DelTPLTaskNode(node, nullptr);
+    }
+    else
+    {
+        m_listTPLCache.link_front(node);
+    }
+}

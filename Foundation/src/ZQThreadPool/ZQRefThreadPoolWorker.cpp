@@ -1,0 +1,159 @@
+#include "ZQThreadPool.h"
+
+#include "ZQCheck.h"
+#include "ZQRelaxed.h"
+#include "ZQTime.h"
+
+#include <cstdio>
+#include <new>
+
+namespace
+{
+constexpr int WaitSliceMs = 1000;
+
+ZQRefThreadPool::MyThread* FindThread(ZxxListInner<ZQRefThreadPool::MyThread*>& threads, long lThreadID)
+{
+    for (auto it = threads.begin(); it != threads.end(); ++it)
+    {
+        if (*it != nullptr && (*it)->GetThreadID() == lThreadID)
+        {
+            return *it;
+        }
+    }
+    return nullptr;
+}
+
+ZQRefThreadPool::MyThread* FindExited(ZxxListInner<ZQRefThreadPool::MyThread*>& threads)
+{
+    for (auto it = threads.begin(); it != threads.end(); ++it)
+    {
+        if (!(*it)->IsRunning())
+        {
+            return *it;
+        }
+    }
+    return nullptr;
+}
+
+/// Runs the oldest task, with the lock released.
+void RunFirstTask(ZQRefThreadPool& pool, long lThreadID) ZQ_REQUIRES(pool.m_mutex)
+{
+    ZQRefThreadPool::TaskNode* pNode = pool.m_listTasks.front_node();
+    pool.m_listTasks.unlink(pNode);
+    const ZQRefThreadPool::_StruRefTask task = pNode->data;
+    ZQRefThreadPool::FreeTaskNodeToCache(pNode, &pool.m_listTaskCache);
+    pool.m_mutex.Unlock();
+    task.pfnTask(task.pArg, lThreadID);
+    pool.m_mutex.Lock();
+}
+
+/// Waits as an idle worker until Start() picks this one, or for a slice. A worker that comes from work goes to the front,
+/// where it is picked first; one that has waited in vain goes to the back, so that the surplus reaches its idle limit.
+void WaitForTask(ZQRefThreadPool& pool, ZQRefThreadPool::ThreadNode* pNode, bool wasIdle) ZQ_REQUIRES(pool.m_mutex)
+{
+    if (wasIdle)
+    {
+        pool.m_listIdle.link_back(pNode);
+    }
+    else
+    {
+        pool.m_listIdle.link_front(pNode);
+    }
+    pNode->data->GetCond().WaitTimeout(pool.m_mutex, WaitSliceMs);
+    if (pool.m_listIdle.linked(pNode))
+    {
+        pool.m_listIdle.unlink(pNode);
+    }
+}
+}  // namespace
+
+ZQRefThreadPool::MyThread::MyThread() = default;
+
+ZQRefThreadPool::MyThread::~MyThread()
+{
+    Stop();
+    Join();
+}
+
+ZQCond& ZQRefThreadPool::MyThread::GetCond()
+{
+    return m_cond;
+}
+
+void ZQRefThreadPool::MyThread::Signal()
+{
+    m_cond.Signal();
+}
+
+void ZQRefThreadPool::AddThread()
+{
+    MyThread* pThread = FindExited(m_listThreads);
+    if (pThread == nullptr)
+    {
+        pThread = new (std::nothrow) MyThread;
+        if (pThread != nullptr)
+        {
+            m_listThreads.push_back(pThread);
+        }
+    }
+    // A worker that has left is joined here, under the lock: it has touched the pool for the last time.
+    ThreadPoolCheck.AbortUnless(pThread != nullptr && pThread->ZQThread::Start(ThreadProxy, this), "0",
+                                "ZQRefThreadPool::AddThread start fail.");
+    ZQRelaxedStore(m_nCapacity, GetCapacity() + 1);
+}
+
+void ZQRefThreadPool::ThreadProxy(ZQThread& thread, void* pPool)
+{
+    static_cast<ZQRefThreadPool*>(pPool)->ThreadEntry(thread);
+}
+
+void ZQRefThreadPool::ThreadEntry(ZQThread& thread)
+{
+    pthread_setname_np(pthread_self(), "ZQRefPool");
+    ZQTimeMeter meter;
+    const long lThreadID = ZQThread::GetCurrentThreadID();
+    ThreadPoolCheck.CrashUnless(lThreadID != -1, "lThreadID!=-1");
+
+    m_mutex.Lock();
+    MyThread* pThread = FindThread(m_listThreads, thread.GetThreadID());
+    ThreadPoolCheck.CrashUnless(pThread != nullptr, "pThread != NULL");
+    ThreadNode* pNode = ZxxListInner<MyThread*>::calloc_node(nullptr);
+    ThreadPoolCheck.CrashUnless(pNode != nullptr, "pNode");
+    pNode->data = pThread;
+
+    bool wasIdle = false;
+    bool leavesIdle = false;
+    while (ZQRelaxedLoad(m_bRunning))
+    {
+        if (!m_listTasks.empty())
+        {
+            RunFirstTask(*this, lThreadID);
+            wasIdle = false;
+            continue;
+        }
+        if (m_nIdleTimeout > 0)
+        {
+            if (!wasIdle)
+            {
+                meter.Reset();
+            }
+            else if (GetCapacity() > m_nMinThreads && meter.GetElapsed() > static_cast<unsigned long>(m_nIdleTimeout))
+            {
+                leavesIdle = true;
+                break;
+            }
+        }
+        WaitForTask(*this, pNode, wasIdle);
+        wasIdle = true;
+    }
+
+    thread.Stop();
+    ZQRelaxedStore(m_nCapacity, GetCapacity() - 1);
+    ZxxListInner<MyThread*>::free_node(pNode, nullptr);
+    m_mutex.Unlock();
+    // The pool may join this thread under its lock, or be gone, from here on: nothing below may touch it.
+    if (leavesIdle)
+    {
+        std::printf("threadpool thread  %ld idle exit.\n", lThreadID);
+    }
+}

@@ -1,0 +1,225 @@
+#include "ZQThreadPool.h"
+
+#include "ZQOSApi.h"
+#include "ZQRelaxed.h"
+
+#include <new>
+
+namespace
+{
+enum : int
+{
+    StatusStarted = 1,     // a run was created and is neither joined nor detached
+    StatusStop = 2,        // it is asked to end
+    StatusPaused = 4,      // it is asked to pause
+    StatusJoining = 8,     // somebody joins it, with the mutex released
+    StatusRestarting = 16  // a Start() does
+};
+
+constexpr int PauseSliceMs = 100;  // a lost wake-up costs a pause no more than this
+constexpr int JoinPollMs = 10;
+}  // namespace
+
+/// What a new thread has to know; it frees it.
+struct ZQThread::_StruStart
+{
+    ThreadFunction pfnProc;
+    void* pParam;
+    ZQThread* pThread;
+};
+
+ZQThread::ZQThread()
+    : m_hThread(0), m_nStatus(0), m_pfnProc(nullptr), m_pParam(nullptr), m_pUserData(nullptr), m_lThreadID(-1)
+{
+}
+
+ZQThread::~ZQThread()
+{
+    Stop();
+    Join();
+}
+
+bool ZQThread::Start(ThreadFunction fn, void* param)
+{
+    ZQAutoMutex lock(m_mutex);
+    if (HasExactly(StatusRestarting, StatusRestarting))
+    {
+        return false;
+    }
+    if (HasExactly(StatusStarted, StatusStarted))
+    {
+        if (!HasExactly(StatusStop | StatusJoining, StatusStop))
+        {
+            return false;
+        }
+        ChangeStatus(0, StatusJoining | StatusRestarting);
+        m_mutex.Unlock();
+        JoinInner();
+        m_mutex.Lock();
+    }
+
+    ZQRelaxedStore(m_nStatus, static_cast<int>(StatusStarted));
+    m_pfnProc = fn;
+    m_pParam = param;
+    _StruStart* pStart = new (std::nothrow) _StruStart{fn, param, this};
+    if (pStart == nullptr || pthread_create(&m_hThread, nullptr, ThreadMain, pStart) != 0)
+    {
+        delete pStart;
+        m_hThread = 0;
+        ZQRelaxedStore(m_nStatus, 0);
+        return false;
+    }
+    ZQReleaseStore(m_lThreadID, static_cast<long>(m_hThread));
+    return true;
+}
+
+void* ZQThread::ThreadMain(void* pStart)
+{
+    const _StruStart start = *static_cast<_StruStart*>(pStart);
+    delete static_cast<_StruStart*>(pStart);
+
+    // The identifier must be valid before the function runs. Until Start() has recorded it, it is -1, or that of an
+    // earlier run that was detached: taking the mutex once waits for the end of Start().
+    if (ZQAcquireLoad(start.pThread->m_lThreadID) != GetCurrentThreadID())
+    {
+        start.pThread->IsRunning();
+    }
+    start.pfnProc(*start.pThread, start.pParam);
+    return nullptr;  // the object may be gone by now
+}
+
+void ZQThread::Stop()
+{
+    ZQAutoMutex lock(m_mutex);
+    if (!HasExactly(StatusStarted | StatusRestarting, 0))
+    {
+        ChangeStatus(StatusPaused, StatusStop);
+        m_cond.Signal();
+    }
+}
+
+bool ZQThread::TestExit()
+{
+    ZQAutoMutex lock(m_mutex);
+    if (!HasExactly(StatusStarted, StatusStarted))
+    {
+        return true;
+    }
+    while (HasExactly(StatusPaused | StatusStop, StatusPaused))
+    {
+        m_cond.WaitTimeout(m_mutex, PauseSliceMs);
+    }
+    return HasExactly(StatusStop, StatusStop);
+}
+
+void ZQThread::Suspend()
+{
+    ZQAutoMutex lock(m_mutex);
+    if (HasExactly(StatusStarted | StatusStop, StatusStarted))
+    {
+        ChangeStatus(0, StatusPaused);
+    }
+}
+
+bool ZQThread::Resume()
+{
+    ZQAutoMutex lock(m_mutex);
+    ChangeStatus(StatusPaused, 0);
+    if (HasExactly(StatusStarted, StatusStarted))
+    {
+        m_cond.Signal();
+    }
+    return HasExactly(StatusStarted | StatusStop, StatusStarted);
+}
+
+bool ZQThread::IsPause()
+{
+    ZQAutoMutex lock(m_mutex);
+    return HasExactly(StatusStarted | StatusStop | StatusPaused, StatusStarted | StatusPaused);
+}
+
+bool ZQThread::IsRunning()
+{
+    ZQAutoMutex lock(m_mutex);
+    return HasExactly(StatusStarted | StatusStop, StatusStarted);
+}
+
+void ZQThread::Join()
+{
+    ZQAutoMutex lock(m_mutex);
+    if (!HasExactly(StatusStarted, StatusStarted))
+    {
+        return;
+    }
+    if (GetThreadID() == GetCurrentThreadID())
+    {
+        Detach();
+        return;
+    }
+    if (HasExactly(StatusJoining, StatusJoining))
+    {
+        while (HasExactly(StatusJoining, StatusJoining))
+        {
+            m_mutex.Unlock();
+            ZQSleep(JoinPollMs);
+            m_mutex.Lock();
+        }
+        return;
+    }
+    ChangeStatus(0, StatusJoining);
+    m_mutex.Unlock();
+    JoinInner();
+    m_mutex.Lock();
+    ZQRelaxedStore(m_nStatus, 0);
+}
+
+void ZQThread::JoinInner()
+{
+    if (m_hThread != 0)
+    {
+        pthread_join(m_hThread, nullptr);
+        m_hThread = 0;
+    }
+    ZQRelaxedStore(m_lThreadID, -1L);
+}
+
+void ZQThread::Detach()
+{
+    if (m_hThread != 0)
+    {
+        pthread_detach(m_hThread);
+        m_hThread = 0;
+    }
+    ZQRelaxedStore(m_nStatus, 0);
+}
+
+long ZQThread::GetThreadID() const
+{
+    return ZQRelaxedLoad(m_lThreadID);
+}
+
+long ZQThread::GetCurrentThreadID()
+{
+    return static_cast<long>(pthread_self());
+}
+
+void ZQThread::SetUserData(void* pUserData)
+{
+    ZQRelaxedStore(m_pUserData, pUserData);
+}
+
+void* ZQThread::GetUserData() const
+{
+    return ZQRelaxedLoad(m_pUserData);
+}
+
+/// Whether exactly @p nBits of the bits @p nMask are set.
+bool ZQThread::HasExactly(int nMask, int nBits) const
+{
+    return (ZQRelaxedLoad(m_nStatus) & nMask) == nBits;
+}
+
+void ZQThread::ChangeStatus(int nClear, int nSet)
+{
+    ZQRelaxedStore(m_nStatus, (ZQRelaxedLoad(m_nStatus) & ~nClear) | nSet);
+}

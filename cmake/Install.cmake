@@ -1,0 +1,25 @@
+# What `cmake --install` puts where: headers, library, CMake package, pkg-config file.
+include(CMakePackageConfigHelpers)
+
+set(package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/ZQFoundation)
+
+install(TARGETS ZQFoundation EXPORT ZQFoundationTargets
+  LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
+install(DIRECTORY ${PROJECT_SOURCE_DIR}/Foundation/include/ DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/ZQFoundation
+  FILES_MATCHING PATTERN "*.h")
+install(EXPORT ZQFoundationTargets NAMESPACE ZQFoundation:: DESTINATION ${package_dir})
+
+configure_package_config_file(${PROJECT_SOURCE_DIR}/cmake/ZQFoundationConfig.cmake.in
+  ${CMAKE_CURRENT_BINARY_DIR}/ZQFoundationConfig.cmake INSTALL_DESTINATION ${package_dir})
+write_basic_package_version_file(${CMAKE_CURRENT_BINARY_DIR}/ZQFoundationConfigVersion.cmake
+  COMPATIBILITY SameMinorVersion)
+install(FILES
+  ${CMAKE_CURRENT_BINARY_DIR}/ZQFoundationConfig.cmake
+  ${CMAKE_CURRENT_BINARY_DIR}/ZQFoundationConfigVersion.cmake
+  DESTINATION ${package_dir})
+
+# Paths relative to the .pc file itself, so that an installed tree can be moved.
+cmake_path(RELATIVE_PATH CMAKE_INSTALL_FULL_INCLUDEDIR
+  BASE_DIRECTORY ${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig OUTPUT_VARIABLE pc_includedir)
+configure_file(${PROJECT_SOURCE_DIR}/cmake/ZQFoundation.pc.in ${CMAKE_CURRENT_BINARY_DIR}/ZQFoundation.pc @ONLY)
+install(FILES ${CMAKE_CURRENT_BINARY_DIR}/ZQFoundation.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
