@@ -3,14 +3,31 @@
 #include "support/Fatal.h"
 
 #include <gtest/gtest.h>
+#include <string>
 #include <thread>
 
-TEST(ZQMutexTest, TryLockTellsWhoHoldsIt)
+namespace
+{
+/// The mark that a mutex keeps, its first field; a mark that lies stands for a wait that went around ZQCond.
+int& MarkOf(ZQMutex& mutex)
+{
+    return *reinterpret_cast<int*>(&mutex);
+}
+
+std::string MutexReport(const std::string& line, const std::string& texts)
+{
+    return "^abort Foundation/src/ZQMutex:" + line + " expre: " + texts + " \n";
+}
+}  // namespace
+
+TEST(ZQMutexTest, TryLockTellsWhetherItIsHeld)
 {
     ZQMutex mutex;
     ASSERT_TRUE(mutex.TryLock());
     std::thread([&mutex] { EXPECT_FALSE(mutex.TryLock()); }).join();
+    EXPECT_EQ(MarkOf(mutex), 1);
     mutex.Unlock();
+    EXPECT_EQ(MarkOf(mutex), 0);
     std::thread([&mutex] { ZQAutoMutex lock(mutex); }).join();
     EXPECT_TRUE(mutex.TryLock());
     mutex.Unlock();
@@ -18,33 +35,116 @@ TEST(ZQMutexTest, TryLockTellsWhoHoldsIt)
 
 TEST(ZQMutexTest, KeepsIncrementsOfManyThreads)
 {
-    constexpr int Threads = 4;
     constexpr int Rounds = 20000;
     ZQMutex mutex;
     long counter = 0;
-    std::thread threads[Threads];
+    std::thread threads[4];
     for (auto& thread : threads)
     {
-        thread = std::thread(
-            [&]
+        thread = std::thread([&] {
+            for (int i = 0; i < Rounds; ++i)
             {
-                for (int i = 0; i < Rounds; ++i)
-                {
-                    ZQAutoMutex lock(mutex);
-                    ++counter;
-                }
-            });
+                ZQAutoMutex lock(mutex);
+                ++counter;
+            }
+        });
     }
     for (auto& thread : threads)
     {
         thread.join();
     }
-    EXPECT_EQ(counter, static_cast<long>(Threads) * Rounds);
+    EXPECT_EQ(counter, 4L * Rounds);
+}
+
+TEST(ZQMutexRWTest, ReadersShareAndWritersDoNot)
+{
+    ZQMutexRW lock;
+    long value = 0;
+    {
+        ZQAutoReadLock first(lock);
+        std::thread([&lock] { ZQAutoReadLock second(lock); }).join();
+    }
+    std::thread threads[4];
+    for (auto& thread : threads)
+    {
+        thread = std::thread([&] {
+            for (int i = 0; i < 5000; ++i)
+            {
+                long seen;
+                {
+                    ZQAutoReadLock reader(lock);
+                    seen = value;
+                }
+                ZQAutoWriteLock writer(lock);
+                EXPECT_LE(seen, value);
+                ++value;
+            }
+        });
+    }
+    for (auto& thread : threads)
+    {
+        thread.join();
+    }
+    EXPECT_EQ(value, 20000);
+    lock.LockWrite();
+    lock.Unlock();
+    lock.LockRead();
+    lock.UnlockRead();
 }
 
 TEST(ZQMutexDeathTest, MisuseIsReported)
 {
-    ZQMutex mutex;
-    ExpectAbort([&mutex] { mutex.Unlock(); }, "^abort Foundation/src/ZQMutex:[0-9]+ expre: 0 != m_nLocked, "
-                                              "ZQMutex::Unlock unlock no locked \n");
+    const struct
+    {
+        const char* name;
+        void (*action)();
+        std::string report;
+    } cases[] = {
+        {"unlock of a free mutex", [] { ZQMutex().Unlock(); },
+         MutexReport("[0-9]+", "0 != m_nLocked, ZQMutex::Unlock unlock no locked")},
+        {"lock with a mark that lies",
+         [] {
+             ZQMutex mutex;
+             MarkOf(mutex) = 1;
+             mutex.Lock();
+         },
+         MutexReport("55", "m_nLocked==0, ZQMutex::Lock Recursive lock")},
+        {"try-lock with a mark that lies",
+         [] {
+             ZQMutex mutex;
+             MarkOf(mutex) = 1;
+             mutex.TryLock();
+         },
+         MutexReport("[0-9]+", "m_nLocked==0, ZQMutex::TryLock Recursive lock")},
+        {"write lock twice",
+         [] {
+             ZQMutexRW lock;
+             lock.LockWrite();
+             lock.LockWrite();
+         },
+         MutexReport("[0-9]+", "0==pthread_rwlock_wrlock\\(&m_hOS\\), "
+                               "ZQMutexRW::LockWrite pthread_rwlock_wrlock fail.")},
+        {"read lock under the write lock",
+         [] {
+             ZQMutexRW lock;
+             lock.LockWrite();
+             lock.LockRead();
+         },
+         MutexReport("[0-9]+", "0==pthread_rwlock_rdlock\\(&m_hOS\\), "
+                               "ZQMutexRW::LockRead pthread_rwlock_rdlock fail.")},
+        {"Unlock after UnlockWrite",
+         [] {
+             ZQMutexRW lock;
+             lock.LockWrite();
+             lock.UnlockWrite();
+             lock.LockWrite();
+             lock.Unlock();
+         },
+         MutexReport("[0-9]+", "0==m_isWLocked, ZQMutexRW::Unlock assert.")},
+    };
+    for (const auto& c : cases)
+    {
+        SCOPED_TRACE(c.name);
+        ExpectAbort(c.action, c.report);
+    }
 }
