@@ -2,7 +2,7 @@
 
 #include "support/Allocations.h"
 #include "support/Fatal.h"
-#include "support/Gate.h"
+#include "support/Workers.h"
 
 #include "ZQOSApi.h"
 
@@ -24,27 +24,6 @@ struct Unref
     }
 };
 using PoolPtr = std::unique_ptr<ZQRefThreadPool, Unref>;
-
-/// Keeps a worker busy until it is told to finish.
-struct Block
-{
-    Gate entered;
-    Gate opened;
-    Gate left;
-
-    static void Run(void* p, long)
-    {
-        Block& block = *static_cast<Block*>(p);
-        block.entered.Arrive();
-        block.opened.WaitFor(1);
-        block.left.Arrive();
-    }
-    void Finish()
-    {
-        opened.Arrive();
-        left.WaitFor(1);
-    }
-};
 
 void ArriveAt(void* pGate, long)
 {
@@ -300,7 +279,7 @@ TEST(ZQRefThreadPoolTest, SteadyStreamDoesNotAllocate)
             std::this_thread::yield();
         }
     };
-    run(2000);
+    WarmUp(*pool, 2, 600);
     const long before = AllocationCount();
     run(100000);
     EXPECT_EQ(AllocationCount() - before, 0);
