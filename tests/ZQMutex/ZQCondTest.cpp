@@ -11,16 +11,13 @@
 using std::chrono::milliseconds;
 using std::chrono::steady_clock;
 
-TEST(ZQCondTest, WaitTimeoutKeepsItsLimit)
-{
-    const struct
-    {
+TEST(ZQCondTest, WaitTimeoutKeepsItsLimit) {
+    const struct {
         const char* name;
         int ms;
         int atLeast;
     } cases[] = {{"now", 0, 0}, {"the past", -1000, 0}, {"below a second", 30, 30}, {"above a second", 1100, 1100}};
-    for (const auto& c : cases)
-    {
+    for (const auto& c : cases) {
         SCOPED_TRACE(c.name);
         ZQMutex mutex;
         ZQCond cond;
@@ -32,42 +29,32 @@ TEST(ZQCondTest, WaitTimeoutKeepsItsLimit)
     }
 }
 
-TEST(ZQCondTest, LimitBeforeTheCurrentSecondIsRefused)
-{
+TEST(ZQCondTest, LimitBeforeTheCurrentSecondIsRefused) {
     ZQMutex mutex;
     ZQCond cond;
     ZQAutoMutex lock(mutex);
     // The platform takes it in the last millisecond of a second.
     std::vector<ZQCond::CondErrno> results;
-    for (int i = 0; i < 3; ++i)
-    {
-        results.push_back(cond.WaitTimeout(mutex, -999));
-    }
+    for (int i = 0; i < 3; ++i) { results.push_back(cond.WaitTimeout(mutex, -999)); }
     EXPECT_NE(std::find(results.begin(), results.end(), ZQCond::CondFailed), results.end());
     std::thread([&mutex] { EXPECT_FALSE(mutex.TryLock()); }).join();
 }
 
-TEST(ZQCondTest, WakesOneOrAllAndLeavesTheMutexFreeMeanwhile)
-{
+TEST(ZQCondTest, WakesOneOrAllAndLeavesTheMutexFreeMeanwhile) {
     ZQMutex mutex;
     ZQCond cond;
     Gate waiting;
     Gate woken;
     int tokens = 0;
     std::vector<std::thread> threads;
-    for (int i = 0; i < 3; ++i)
-    {
+    for (int i = 0; i < 3; ++i) {
         threads.emplace_back([&, i] {
             ZQAutoMutex lock(mutex);
             waiting.Arrive();
-            while (tokens == 0)
-            {
-                if (i == 0)
-                {
+            while (tokens == 0) {
+                if (i == 0) {
                     cond.Wait(mutex);
-                }
-                else
-                {
+                } else {
                     EXPECT_NE(cond.WaitTimeout(mutex, 60000), ZQCond::CondFailed);
                 }
             }
@@ -82,23 +69,17 @@ TEST(ZQCondTest, WakesOneOrAllAndLeavesTheMutexFreeMeanwhile)
         cond.Broadcast();
     }
     woken.WaitFor(1);
-    for (int i = 2; i <= 3; ++i)
-    {
+    for (int i = 2; i <= 3; ++i) {
         ZQAutoMutex lock(mutex);
         ++tokens;
         cond.Signal();
     }
     woken.WaitFor(3);
-    for (auto& thread : threads)
-    {
-        thread.join();
-    }
+    for (auto& thread : threads) { thread.join(); }
 }
 
-TEST(ZQCondTest, CancelledWaiterLeavesTheMutexUsable)
-{
-    struct Shared
-    {
+TEST(ZQCondTest, CancelledWaiterLeavesTheMutexUsable) {
+    struct Shared {
         ZQMutex mutex;
         ZQCond cond;
         Gate waiting;
@@ -110,10 +91,7 @@ TEST(ZQCondTest, CancelledWaiterLeavesTheMutexUsable)
                       Shared& s = *static_cast<Shared*>(p);
                       ZQAutoMutex lock(s.mutex);
                       s.waiting.Arrive();
-                      for (;;)
-                      {
-                          s.cond.WaitTimeout(s.mutex, 1000);
-                      }
+                      for (;;) { s.cond.WaitTimeout(s.mutex, 1000); }
                   },
                   &shared),
               0);

@@ -1,27 +1,22 @@
 #include "ZQMutex.h"
 
 #include "support/Fatal.h"
+#include "support/Threads.h"
 
 #include <gtest/gtest.h>
 #include <string>
 #include <thread>
 
-namespace
-{
+namespace {
 /// The mark that a mutex keeps, its first field; a mark that lies stands for a wait that went around ZQCond.
-int& MarkOf(ZQMutex& mutex)
-{
-    return *reinterpret_cast<int*>(&mutex);
-}
+int& MarkOf(ZQMutex& mutex) { return *reinterpret_cast<int*>(&mutex); }
 
-std::string MutexReport(const std::string& line, const std::string& texts)
-{
+std::string MutexReport(const std::string& line, const std::string& texts) {
     return "^abort Foundation/src/ZQMutex:" + line + " expre: " + texts + " \n";
 }
 }  // namespace
 
-TEST(ZQMutexTest, TryLockTellsWhetherItIsHeld)
-{
+TEST(ZQMutexTest, TryLockTellsWhetherItIsHeld) {
     ZQMutex mutex;
     ASSERT_TRUE(mutex.TryLock());
     std::thread([&mutex] { EXPECT_FALSE(mutex.TryLock()); }).join();
@@ -33,69 +28,45 @@ TEST(ZQMutexTest, TryLockTellsWhetherItIsHeld)
     mutex.Unlock();
 }
 
-TEST(ZQMutexTest, KeepsIncrementsOfManyThreads)
-{
+TEST(ZQMutexTest, KeepsIncrementsOfManyThreads) {
     constexpr int Rounds = 20000;
     ZQMutex mutex;
     long counter = 0;
-    std::thread threads[4];
-    for (auto& thread : threads)
-    {
-        thread = std::thread([&] {
-            for (int i = 0; i < Rounds; ++i)
-            {
-                ZQAutoMutex lock(mutex);
-                ++counter;
-            }
-        });
-    }
-    for (auto& thread : threads)
-    {
-        thread.join();
-    }
+    InThreads(4, [&](int) {
+        for (int i = 0; i < Rounds; ++i) {
+            ZQAutoMutex lock(mutex);
+            ++counter;
+        }
+    });
     EXPECT_EQ(counter, 4L * Rounds);
 }
 
-TEST(ZQMutexRWTest, ReadersShareAndWritersDoNot)
-{
+TEST(ZQMutexRWTest, ReadersShareAndWritersDoNot) {
     ZQMutexRW lock;
     long value = 0;
     {
         ZQAutoReadLock first(lock);
         std::thread([&lock] { ZQAutoReadLock second(lock); }).join();
     }
-    std::thread threads[4];
-    for (auto& thread : threads)
-    {
-        thread = std::thread([&] {
-            for (int i = 0; i < 5000; ++i)
-            {
-                long seen;
-                {
-                    ZQAutoReadLock reader(lock);
-                    seen = value;
-                }
-                ZQAutoWriteLock writer(lock);
-                EXPECT_LE(seen, value);
-                ++value;
-            }
-        });
-    }
-    for (auto& thread : threads)
-    {
-        thread.join();
-    }
+    InThreads(4, [&](int) {
+        for (int i = 0; i < 5000; ++i) {
+            lock.LockRead();
+            const long seen = value;
+            lock.UnlockRead();
+            ZQAutoWriteLock writer(lock);
+            EXPECT_LE(seen, value);
+            ++value;
+        }
+    });
     EXPECT_EQ(value, 20000);
     lock.LockWrite();
     lock.Unlock();
     lock.LockRead();
-    lock.UnlockRead();
+    lock.Unlock();
 }
 
-TEST(ZQMutexDeathTest, MisuseIsReported)
-{
-    const struct
-    {
+TEST(ZQMutexDeathTest, MisuseIsReported) {
+    const struct {
         const char* name;
         void (*action)();
         std::string report;
@@ -142,8 +113,7 @@ TEST(ZQMutexDeathTest, MisuseIsReported)
          },
          MutexReport("[0-9]+", "0==m_isWLocked, ZQMutexRW::Unlock assert.")},
     };
-    for (const auto& c : cases)
-    {
+    for (const auto& c : cases) {
         SCOPED_TRACE(c.name);
         ExpectAbort(c.action, c.report);
     }

@@ -10,14 +10,11 @@
 #include <thread>
 #include <unistd.h>
 
-namespace
-{
+namespace {
 /// The result of @p action in another process.
-bool InChild(const std::function<bool()>& action)
-{
+bool InChild(const std::function<bool()>& action) {
     const pid_t pid = fork();
-    if (pid == 0)
-    {
+    if (pid == 0) {
         _exit(action() ? 0 : 1);
     }
     int status = -1;
@@ -28,8 +25,7 @@ bool InChild(const std::function<bool()>& action)
 constexpr uid_t Nobody = 65534;
 }  // namespace
 
-TEST(ZQProcessMutexTest, KeepsProcessesAndThreadsApart)
-{
+TEST(ZQProcessMutexTest, KeepsProcessesAndThreadsApart) {
     const TempDir dir;
     const std::string key = dir.Path("lock");
     const auto otherGetsIt = [&key] {
@@ -53,16 +49,14 @@ TEST(ZQProcessMutexTest, KeepsProcessesAndThreadsApart)
     EXPECT_EQ(access(key.c_str(), F_OK), 0);  // the file stays
 }
 
-TEST(ZQProcessMutexTest, LockFileIsForWritingByItsOwnerAlone)
-{
+TEST(ZQProcessMutexTest, LockFileIsForWritingByItsOwnerAlone) {
     const TempDir dir;
     ASSERT_EQ(chmod(dir.Path().c_str(), 0777), 0);
     const std::string key = dir.Path("lock");
     // An ordinary user may not read that file: the second open is the one that matters.
     EXPECT_TRUE(InChild([&key] {
         umask(0);
-        if (geteuid() == 0 && setuid(Nobody) != 0)
-        {
+        if (geteuid() == 0 && setuid(Nobody) != 0) {
             return false;
         }
         ZQProcessMutex first(key.c_str());
@@ -77,8 +71,7 @@ TEST(ZQProcessMutexTest, LockFileIsForWritingByItsOwnerAlone)
     EXPECT_EQ(status.st_size, 0);
 }
 
-TEST(ZQProcessMutexDeathTest, KeyThatCannotBeOpenedIsReported)
-{
+TEST(ZQProcessMutexDeathTest, KeyThatCannotBeOpenedIsReported) {
     ExpectAbort([] { ZQProcessMutex mutex(nullptr); },
                 "^abort Foundation/src/ZQMutex:[0-9]+ expre: szKey, ZQProcessMutex::ZQProcessMutex szkey is null! \n");
     ExpectAbort([] { ZQProcessMutex mutex("/nonexistent/key"); },

@@ -2,6 +2,7 @@
 
 #include "support/Allocations.h"
 #include "support/Fatal.h"
+#include "support/Threads.h"
 #include "support/Workers.h"
 
 #include "ZQOSApi.h"
@@ -14,33 +15,20 @@
 #include <thread>
 #include <vector>
 
-namespace
-{
-struct Unref
-{
-    void operator()(ZQRefThreadPool* pool) const
-    {
-        pool->Unref();
-    }
+namespace {
+struct Unref {
+    void operator()(ZQRefThreadPool* pool) const { pool->Unref(); }
 };
 using PoolPtr = std::unique_ptr<ZQRefThreadPool, Unref>;
 
-void ArriveAt(void* pGate, long)
-{
-    static_cast<Gate*>(pGate)->Arrive();
-}
+void ArriveAt(void* pGate, long) { static_cast<Gate*>(pGate)->Arrive(); }
 
-void SleepMs(int ms)
-{
-    std::this_thread::sleep_for(std::chrono::milliseconds(ms));
-}
+void SleepMs(int ms) { std::this_thread::sleep_for(std::chrono::milliseconds(ms)); }
 }  // namespace
 
-TEST(ZQRefThreadPoolTest, AutomaticFigures)
-{
+TEST(ZQRefThreadPoolTest, AutomaticFigures) {
     const int automatic = std::clamp(2 * ZQGetCPUProcessorNumber() + 1, 16, 64);
-    const struct
-    {
+    const struct {
         int maximum, seconds, expectedMaximum, expectedMinimum, expectedMs;
     } cases[] = {
         {0, 120, automatic, automatic / 2 + 1, 120000},
@@ -49,8 +37,7 @@ TEST(ZQRefThreadPoolTest, AutomaticFigures)
         {200, -1, 200, 101, -1000},
         {4, 2147484, 4, 3, static_cast<int>(2147484000U)},  // wraps
     };
-    for (const auto& c : cases)
-    {
+    for (const auto& c : cases) {
         SCOPED_TRACE(c.maximum);
         const PoolPtr pool(ZQRefThreadPool::Create(c.maximum, c.seconds));
         EXPECT_EQ(pool->m_nMaxThreads, c.expectedMaximum);
@@ -60,26 +47,22 @@ TEST(ZQRefThreadPoolTest, AutomaticFigures)
     }
 }
 
-TEST(ZQRefThreadPoolTest, GrowsToItsMaximumAndKeepsTheOrder)
-{
+TEST(ZQRefThreadPoolTest, GrowsToItsMaximumAndKeepsTheOrder) {
     const PoolPtr pool(ZQRefThreadPool::Create(2, 0));
     Block blocks[2];
-    for (int i = 0; i < 2; ++i)
-    {
+    for (int i = 0; i < 2; ++i) {
         EXPECT_TRUE(pool->Start(Block::Run, &blocks[i]));
         blocks[i].entered.WaitFor(1);
         EXPECT_EQ(pool->GetCapacity(), i + 1);
     }
-    struct Step
-    {
+    struct Step {
         std::vector<Step*>* order;
         Gate* done;
     };
     std::vector<Step*> order;
     Gate done;
     std::vector<Step> steps(100, Step{&order, &done});
-    for (Step& step : steps)
-    {
+    for (Step& step : steps) {
         EXPECT_TRUE(pool->Start(
             [](void* p, long threadId) {
                 EXPECT_EQ(threadId, ZQThread::GetCurrentThreadID());
@@ -91,29 +74,22 @@ TEST(ZQRefThreadPoolTest, GrowsToItsMaximumAndKeepsTheOrder)
     EXPECT_EQ(pool->GetCapacity(), 2);
     blocks[0].Finish();  // one worker: the tasks run one after the other
     done.WaitFor(100);
-    for (size_t i = 0; i < steps.size(); ++i)
-    {
-        EXPECT_EQ(order[i], &steps[i]);
-    }
+    for (size_t i = 0; i < steps.size(); ++i) { EXPECT_EQ(order[i], &steps[i]); }
     blocks[1].Finish();
 }
 
-TEST(ZQRefThreadPoolTest, PicksTheWorkerThatWasBusyLast)
-{
+TEST(ZQRefThreadPoolTest, PicksTheWorkerThatWasBusyLast) {
     const PoolPtr pool(ZQRefThreadPool::Create(3, 0));
     Block blocks[3];
-    for (Block& block : blocks)
-    {
+    for (Block& block : blocks) {
         pool->Start(Block::Run, &block);
         block.entered.WaitFor(1);
     }
-    for (Block& block : blocks)
-    {
+    for (Block& block : blocks) {
         block.Finish();
         SleepMs(20);  // they become idle in this order
     }
-    struct Seen
-    {
+    struct Seen {
         Gate gate;
         long id = 0;
     } seen[2];
@@ -121,8 +97,7 @@ TEST(ZQRefThreadPoolTest, PicksTheWorkerThatWasBusyLast)
         static_cast<Seen*>(p)->id = threadId;
         static_cast<Seen*>(p)->gate.Arrive();
     };
-    for (Seen& s : seen)
-    {
+    for (Seen& s : seen) {
         pool->Start(look, &s);
         s.gate.WaitFor(1);
         SleepMs(20);
@@ -131,33 +106,20 @@ TEST(ZQRefThreadPoolTest, PicksTheWorkerThatWasBusyLast)
     EXPECT_EQ(pool->GetCapacity(), 3);
 }
 
-TEST(ZQRefThreadPoolTest, SurplusWorkersEndAfterTheIdleTimeAndAreStartedAnew)
-{
+TEST(ZQRefThreadPoolTest, SurplusWorkersEndAfterTheIdleTimeAndAreStartedAnew) {
     const PoolPtr pool(ZQRefThreadPool::Create(4, 1));  // at least 3 stay
     const auto occupyAll = [&pool] {
         Block blocks[4];
-        for (Block& block : blocks)
-        {
-            pool->Start(Block::Run, &block);
-        }
-        for (Block& block : blocks)
-        {
-            block.entered.WaitFor(1);
-        }
+        for (Block& block : blocks) { pool->Start(Block::Run, &block); }
+        for (Block& block : blocks) { block.entered.WaitFor(1); }
         EXPECT_EQ(pool->GetCapacity(), 4);
-        for (Block& block : blocks)
-        {
-            block.Finish();
-        }
+        for (Block& block : blocks) { block.Finish(); }
         SleepMs(20);
     };
     testing::internal::CaptureStdout();
     occupyAll();
     const auto start = std::chrono::steady_clock::now();
-    while (pool->GetCapacity() > 3)
-    {
-        SleepMs(20);
-    }
+    while (pool->GetCapacity() > 3) { SleepMs(20); }
     EXPECT_GE(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(950));
     SleepMs(1500);
     EXPECT_EQ(pool->GetCapacity(), 3);
@@ -169,25 +131,18 @@ TEST(ZQRefThreadPoolTest, SurplusWorkersEndAfterTheIdleTimeAndAreStartedAnew)
     EXPECT_EQ(pool->m_listThreads.size(), 4);  // the ended worker's object serves again
 }
 
-TEST(ZQRefThreadPoolTest, CleanTakesOneOwnersTasksInTheirOrder)
-{
+TEST(ZQRefThreadPoolTest, CleanTakesOneOwnersTasksInTheirOrder) {
     const PoolPtr pool(ZQRefThreadPool::Create(1, 0));
     Block block;
     pool->Start(Block::Run, &block);
     block.entered.WaitFor(1);
     const auto owner = [](long n) { return reinterpret_cast<ZQTaskPoolCore*>(n); };
     Gate gates[6];
-    for (int i = 0; i < 6; ++i)
-    {
-        pool->Start(ArriveAt, &gates[i], owner(1 + i % 2));
-    }
+    for (int i = 0; i < 6; ++i) { pool->Start(ArriveAt, &gates[i], owner(1 + i % 2)); }
     ZxxListInner<ZQRefThreadPool::_StruRefTask> taken;
     pool->Clean(owner(2), taken);
     std::vector<void*> args;
-    for (auto it = taken.begin(); it != taken.end(); ++it)
-    {
-        args.push_back((*it).pArg);
-    }
+    for (auto it = taken.begin(); it != taken.end(); ++it) { args.push_back((*it).pArg); }
     EXPECT_EQ(args, (std::vector<void*>{&gates[1], &gates[3], &gates[5]}));
     pool->FreeCleanResult(taken);
     EXPECT_TRUE(taken.empty());
@@ -197,14 +152,10 @@ TEST(ZQRefThreadPoolTest, CleanTakesOneOwnersTasksInTheirOrder)
     pool->Start(ArriveAt, &last);
     block.Finish();
     last.WaitFor(1);
-    for (int i = 0; i < 6; ++i)
-    {
-        EXPECT_EQ(gates[i].Arrivals(), 1 - i % 2);
-    }
+    for (int i = 0; i < 6; ++i) { EXPECT_EQ(gates[i].Arrivals(), 1 - i % 2); }
 }
 
-TEST(ZQRefThreadPoolTest, LastReferenceFinishesRunningTasksAndDropsQueuedOnes)
-{
+TEST(ZQRefThreadPoolTest, LastReferenceFinishesRunningTasksAndDropsQueuedOnes) {
     Block block;
     Gate queued;
     ZQRefThreadPool* pool = ZQRefThreadPool::Create(1, 0);
@@ -214,10 +165,7 @@ TEST(ZQRefThreadPoolTest, LastReferenceFinishesRunningTasksAndDropsQueuedOnes)
     pool->Ref();
     pool->Unref();
     std::thread opener([&] {
-        while (__atomic_load_n(&pool->m_bRunning, __ATOMIC_RELAXED))
-        {
-            SleepMs(1);
-        }
+        while (__atomic_load_n(&pool->m_bRunning, __ATOMIC_RELAXED)) { SleepMs(1); }
         EXPECT_FALSE(pool->Start(ArriveAt, &queued));
         block.Finish();
     });
@@ -226,12 +174,10 @@ TEST(ZQRefThreadPoolTest, LastReferenceFinishesRunningTasksAndDropsQueuedOnes)
     EXPECT_EQ(queued.Arrivals(), 0);
 }
 
-TEST(ZQRefThreadPoolTest, CachesKeepTheirBounds)
-{
+TEST(ZQRefThreadPoolTest, CachesKeepTheirBounds) {
     const PoolPtr pool(ZQRefThreadPool::Create(1, 0));
     ZxxListInner<ZQRefThreadPool::_StruRefTask> cache;
-    for (int i = 0; i < 100000; ++i)
-    {
+    for (int i = 0; i < 100000; ++i) {
         ZQRefThreadPool::FreeTaskNodeToCache(ZQRefThreadPool::NewTaskNode(nullptr), &cache);
     }
     EXPECT_EQ(cache.size(), 100000);
@@ -248,10 +194,7 @@ TEST(ZQRefThreadPoolTest, CachesKeepTheirBounds)
     EXPECT_EQ(cache.front_node(), taken);
     EXPECT_EQ(taken->pNext, first);
 
-    for (int i = 0; i < 200001; ++i)
-    {
-        pool->FreeTPLTaskNode(ZQRefThreadPool::NewTPLTaskNode(nullptr));
-    }
+    for (int i = 0; i < 200001; ++i) { pool->FreeTPLTaskNode(ZQRefThreadPool::NewTPLTaskNode(nullptr)); }
     EXPECT_EQ(pool->m_listTPLCache.size(), 200000);
     ZQRefThreadPool::TPLTaskNode* node = pool->GetTPLTaskNode();
     EXPECT_EQ(pool->m_listTPLCache.size(), 199999);
@@ -259,25 +202,19 @@ TEST(ZQRefThreadPoolTest, CachesKeepTheirBounds)
     EXPECT_EQ(pool->m_listTPLCache.front_node(), node);
 }
 
-TEST(ZQRefThreadPoolTest, SteadyStreamDoesNotAllocate)
-{
+TEST(ZQRefThreadPoolTest, SteadyStreamDoesNotAllocate) {
     const PoolPtr pool(ZQRefThreadPool::Create(2, 0));
     std::atomic<long> ran{0};
     const auto count = [](void* p, long) { static_cast<std::atomic<long>*>(p)->fetch_add(1); };
     const auto run = [&](long tasks) {
         const long until = ran.load() + tasks;
-        for (long i = 0; i < tasks; ++i)
-        {
-            while (ran.load() + 500 < until - tasks + i)
-            {
+        for (long i = 0; i < tasks; ++i) {
+            while (ran.load() + 500 < until - tasks + i) {
                 std::this_thread::yield();  // no more queued than in the warm-up
             }
             pool->Start(count, &ran);
         }
-        while (ran.load() < until)
-        {
-            std::this_thread::yield();
-        }
+        while (ran.load() < until) { std::this_thread::yield(); }
     };
     WarmUp(*pool, 2, 600);
     const long before = AllocationCount();
@@ -285,42 +222,25 @@ TEST(ZQRefThreadPoolTest, SteadyStreamDoesNotAllocate)
     EXPECT_EQ(AllocationCount() - before, 0);
 }
 
-TEST(ZQRefThreadPoolTest, ProcessWidePoolIsMadeAnewAfterCleanup)
-{
+TEST(ZQRefThreadPoolTest, ProcessWidePoolIsMadeAnewAfterCleanup) {
     ZQRefThreadPool* const loaded = ZQRefThreadPool::Global();
     EXPECT_EQ(loaded->GetCapacity(), 0);
     EXPECT_EQ(loaded->m_nIdleTimeout, 120000);
     loaded->Ref();
-    std::thread threads[4];
-    for (auto& thread : threads)
-    {
-        thread = std::thread([] { ZQThreadPoolGlobalCleanup(); });  // one of them releases
-    }
-    for (auto& thread : threads)
-    {
-        thread.join();
-    }
+    InThreads(4, [](int) { ZQThreadPoolGlobalCleanup(); });  // one of them releases
     EXPECT_EQ(loaded->m_nRefs, 1);
     ZQRefThreadPool* seen[4];
-    for (int i = 0; i < 4; ++i)
-    {
-        threads[i] = std::thread([&seen, i] {
-            ZQThreadPoolGlobalInit();
-            seen[i] = ZQRefThreadPool::Global();
-        });
-    }
-    for (auto& thread : threads)
-    {
-        thread.join();
-    }
+    InThreads(4, [&seen](int i) {
+        ZQThreadPoolGlobalInit();
+        seen[i] = ZQRefThreadPool::Global();
+    });
     EXPECT_NE(seen[0], loaded);
     EXPECT_EQ(std::count(seen, seen + 4, seen[0]), 4);
     EXPECT_EQ(seen[0]->m_nRefs, 1);
     loaded->Unref();
 }
 
-TEST(ZQRefThreadPoolDeathTest, LastReferenceOnItsOwnWorkerIsReported)
-{
+TEST(ZQRefThreadPoolDeathTest, LastReferenceOnItsOwnWorkerIsReported) {
     ExpectCrash(
         [] {
             ZQRefThreadPool* pool = ZQRefThreadPool::Create(1, 0);

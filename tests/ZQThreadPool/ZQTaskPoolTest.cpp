@@ -2,6 +2,7 @@
 
 #include "support/Allocations.h"
 #include "support/Fatal.h"
+#include "support/Threads.h"
 #include "support/Workers.h"
 
 #include "ZQOSApi.h"
@@ -13,45 +14,30 @@
 #include <thread>
 #include <vector>
 
-namespace
-{
+namespace {
 using Job = std::function<void()>;
 
 /// A private shared pool and a count of what became of the jobs. A task pool on it runs jobs; the fixture outlives it.
-class ZQTaskPoolTest : public testing::Test
-{
+class ZQTaskPoolTest : public testing::Test {
 protected:
-    ~ZQTaskPoolTest() override
-    {
-        Release(m_pThreads);
-    }
+    ~ZQTaskPoolTest() override { Release(m_pThreads); }
     /// Drops the last reference when the workers, one of which may finish a task pool's destruction, have dropped theirs.
-    static void Release(ZQRefThreadPool* threads)
-    {
-        while (ZQAtomicGet(&threads->m_nRefs) > 1)
-        {
-            std::this_thread::yield();
-        }
+    static void Release(ZQRefThreadPool* threads) {
+        while (ZQAtomicGet(&threads->m_nRefs) > 1) { std::this_thread::yield(); }
         threads->Unref();
     }
-    int Init(ZQTaskPool& pool)
-    {
-        return pool.Init(m_pThreads, RunJob, DropJob, this);
-    }
+    int Init(ZQTaskPool& pool) { return pool.Init(m_pThreads, RunJob, DropJob, this); }
     /// Queues a job; a refused one is gone.
-    int Queue(ZQTaskPool& pool, Job job, bool bUrgent = false)
-    {
+    int Queue(ZQTaskPool& pool, Job job, bool bUrgent = false) {
         Job* pJob = new Job(std::move(job));
         const int result = pool.Task(pJob, bUrgent);
-        if (result != 0)
-        {
+        if (result != 0) {
             delete pJob;
         }
         return result;
     }
     /// Keeps one slot of @p pool busy until the returned gate is open.
-    void Occupy(ZQTaskPool& pool, Gate& opened)
-    {
+    void Occupy(ZQTaskPool& pool, Gate& opened) {
         Gate entered;
         ASSERT_EQ(Queue(pool,
                         [&] {
@@ -61,14 +47,12 @@ protected:
                   0);
         entered.WaitFor(1);
     }
-    static void RunJob(void* data, void* user)
-    {
+    static void RunJob(void* data, void* user) {
         (*static_cast<Job*>(data))();
         delete static_cast<Job*>(data);
         static_cast<ZQTaskPoolTest*>(user)->m_ran.fetch_add(1);
     }
-    static void DropJob(void* data, void* user)
-    {
+    static void DropJob(void* data, void* user) {
         delete static_cast<Job*>(data);
         static_cast<ZQTaskPoolTest*>(user)->m_dropped.fetch_add(1);
     }
@@ -81,8 +65,7 @@ protected:
 const auto Nothing = [] {};
 }  // namespace
 
-TEST_F(ZQTaskPoolTest, ResultsFollowTheState)
-{
+TEST_F(ZQTaskPoolTest, ResultsFollowTheState) {
     ZQTaskPool pool(0, 2);
     const auto expect = [&](const char* state, bool isInit, bool isReady, int task) {
         SCOPED_TRACE(state);
@@ -114,15 +97,13 @@ TEST_F(ZQTaskPoolTest, ResultsFollowTheState)
     EXPECT_EQ(m_ran + m_dropped, 2);
 }
 
-TEST_F(ZQTaskPoolTest, OneSlotKeepsTheOrderAndUrgentOnesGoFirst)
-{
+TEST_F(ZQTaskPoolTest, OneSlotKeepsTheOrderAndUrgentOnesGoFirst) {
     ZQTaskPool pool(0, 1);
     ASSERT_EQ(Init(pool), 0);
     Gate opened;
     Occupy(pool, opened);
     std::vector<int> order;
-    for (int i = 0; i < 100; ++i)
-    {
+    for (int i = 0; i < 100; ++i) {
         Queue(pool, [&order, i] { order.push_back(i); });
     }
     Queue(
@@ -134,57 +115,10 @@ TEST_F(ZQTaskPoolTest, OneSlotKeepsTheOrderAndUrgentOnesGoFirst)
     pool.Pause(true);
     EXPECT_EQ(pool.GetWaitTaskCount(), 0);
     ASSERT_EQ(order.size(), 102U);
-    for (int i = 0; i < 102; ++i)
-    {
-        EXPECT_EQ(order[static_cast<size_t>(i)], i - 2);
-    }
+    for (int i = 0; i < 102; ++i) { EXPECT_EQ(order[static_cast<size_t>(i)], i - 2); }
 }
 
-TEST_F(ZQTaskPoolTest, NoMoreRunAtATimeThanThereAreSlots)
-{
-    std::atomic<int> running{0};
-    std::atomic<int> most{0};
-    const auto job = [&] {
-        const int now = running.fetch_add(1) + 1;
-        int seen = most.load();
-        while (now > seen && !most.compare_exchange_weak(seen, now))
-        {
-        }
-        std::this_thread::yield();
-        running.fetch_sub(1);
-    };
-    ZQTaskPool pool(0, 3);
-    ASSERT_EQ(Init(pool), 0);
-    std::atomic<bool> stop{false};
-    std::atomic<long> queued{0};
-    std::vector<std::thread> threads;
-    for (int i = 0; i < 2; ++i)
-    {
-        threads.emplace_back([&] {
-            while (!stop)
-            {
-                queued += Queue(pool, job) == 0 ? 1 : 0;
-            }
-        });
-    }
-    for (int i = 0; i < 100; ++i)
-    {
-        pool.Pause(i % 2 == 0);
-        pool.Resume();
-    }
-    stop = true;
-    for (auto& thread : threads)
-    {
-        thread.join();
-    }
-    pool.Uninit(true);
-    EXPECT_LE(most, 3);
-    EXPECT_EQ(m_ran, queued);
-    EXPECT_EQ(m_dropped, 0);
-}
-
-TEST_F(ZQTaskPoolTest, BoundRefusesAndLeavesTheDataToTheCaller)
-{
+TEST_F(ZQTaskPoolTest, BoundRefusesAndLeavesTheDataToTheCaller) {
     ZQTaskPool pool(2, 1);
     ASSERT_EQ(Init(pool), 0);
     Gate opened;
@@ -204,8 +138,7 @@ TEST_F(ZQTaskPoolTest, BoundRefusesAndLeavesTheDataToTheCaller)
     EXPECT_EQ(m_dropped, 2);
 }
 
-TEST_F(ZQTaskPoolTest, PauseTakesBackSlotsThatABusySharedPoolHasNotStarted)
-{
+TEST_F(ZQTaskPoolTest, PauseTakesBackSlotsThatABusySharedPoolHasNotStarted) {
     ZQRefThreadPool* single = ZQRefThreadPool::Create(1, 0);
     {
         ZQTaskPool blocker(0, 1);
@@ -214,10 +147,7 @@ TEST_F(ZQTaskPoolTest, PauseTakesBackSlotsThatABusySharedPoolHasNotStarted)
         Occupy(blocker, opened);
         ZQTaskPool pool(0, 4);
         ASSERT_EQ(pool.Init(single, RunJob, DropJob, this), 0);
-        for (int i = 0; i < 10; ++i)
-        {
-            Queue(pool, Nothing);
-        }
+        for (int i = 0; i < 10; ++i) { Queue(pool, Nothing); }
         pool.Pause(false);  // does not wait for the worker, which is busy
         EXPECT_EQ(pool.GetWaitTaskCount(), 10);
         EXPECT_EQ(m_ran, 0);
@@ -234,10 +164,8 @@ TEST_F(ZQTaskPoolTest, PauseTakesBackSlotsThatABusySharedPoolHasNotStarted)
     single->Unref();
 }
 
-TEST_F(ZQTaskPoolTest, OperationsInsideATaskDoNotWaitForIt)
-{
-    for (const bool bDrain : {false, true})
-    {
+TEST_F(ZQTaskPoolTest, OperationsInsideATaskDoNotWaitForIt) {
+    for (const bool bDrain : {false, true}) {
         SCOPED_TRACE(bDrain);
         m_ran = 0;
         m_dropped = 0;
@@ -259,29 +187,18 @@ TEST_F(ZQTaskPoolTest, OperationsInsideATaskDoNotWaitForIt)
             EXPECT_EQ(pool.Resume(), -1);
             done.Arrive();
         });
-        for (int i = 0; i < 5; ++i)
-        {
-            Queue(pool, Nothing);
-        }
+        for (int i = 0; i < 5; ++i) { Queue(pool, Nothing); }
         queued.Arrive();
-        while (pool.IsReady())
-        {
-            std::this_thread::yield();
-        }
+        while (pool.IsReady()) { std::this_thread::yield(); }
         opened.Arrive();
         done.WaitFor(1);
-        while (m_ran + m_dropped < 7)
-        {
-            std::this_thread::yield();
-        }
+        while (m_ran + m_dropped < 7) { std::this_thread::yield(); }
         EXPECT_EQ(m_ran + m_dropped, 7);
     }
 }
 
-TEST_F(ZQTaskPoolTest, MayBeDestroyedInsideATask)
-{
-    for (int i = 0; i < 50; ++i)
-    {
+TEST_F(ZQTaskPoolTest, MayBeDestroyedInsideATask) {
+    for (int i = 0; i < 50; ++i) {
         Gate gone;
         ZQTaskPool* pool = new ZQTaskPool(0, 2);
         ASSERT_EQ(Init(*pool), 0);
@@ -296,8 +213,7 @@ TEST_F(ZQTaskPoolTest, MayBeDestroyedInsideATask)
         gone.WaitFor(1);
     }
     // A paused pool that drains on the thread that closes it: the same, inside the drain.
-    for (const bool bUninit : {false, true})
-    {
+    for (const bool bUninit : {false, true}) {
         ZQRefThreadPool* single = ZQRefThreadPool::Create(1, 0);
         ZQTaskPool blocker(0, 1);
         ASSERT_EQ(blocker.Init(single, RunJob, DropJob, this), 0);
@@ -315,60 +231,41 @@ TEST_F(ZQTaskPoolTest, MayBeDestroyedInsideATask)
     }
 }
 
-TEST_F(ZQTaskPoolTest, EachItemMeetsExactlyOneCallback)
-{
-    // Producers queue while others pause, drain, resume, clean and replace the pool.
+TEST_F(ZQTaskPoolTest, EachItemMeetsOneCallbackAndNoMoreRunThanThereAreSlots) {
+    // Two threads queue while two others pause, drain, resume and clean; then the pool is closed or just destroyed.
     long queued = 0;
-    for (int round = 0; round < 40; ++round)
-    {
-        ZQTaskPool pool(round % 3 == 0 ? 50 : 0, 1 + round % 4);
-        ASSERT_EQ(Init(pool), 0);
+    for (int round = 0; round < 40; ++round) {
+        const int slots = 1 + round % 4;
+        std::atomic<int> running{0};
+        std::atomic<int> tooMany{0};
+        const auto job = [&running, &tooMany, slots] {
+            tooMany += running.fetch_add(1) >= slots ? 1 : 0;
+            std::this_thread::yield();
+            running.fetch_sub(1);
+        };
         std::atomic<long> taken{0};
-        std::vector<std::thread> threads;
-        for (int i = 0; i < 2; ++i)
         {
-            threads.emplace_back([&] {
-                for (int n = 0; n < 300; ++n)
-                {
-                    taken += Queue(pool, Nothing, n % 7 == 0) == 0 ? 1 : 0;
+            ZQTaskPool pool(round % 3 == 0 ? 50 : 0, slots);
+            ASSERT_EQ(Init(pool), 0);
+            InThreads(4, [&](int i) {
+                for (int n = 0; i < 2 && n < 300; ++n) { taken += Queue(pool, job, n % 7 == 0) == 0 ? 1 : 0; }
+                for (int n = 0; i >= 2 && n < 10; ++n) {
+                    i == 2 && n % 3 == 0 ? pool.Clean() : pool.Pause(n % 2 == 0);
+                    pool.Resume();
                 }
             });
-        }
-        threads.emplace_back([&] {
-            for (int n = 0; n < 10; ++n)
-            {
-                pool.Pause(n % 2 == 0);
-                pool.Resume();
+            if (round % 2 == 0) {
+                pool.Uninit(round % 4 == 0);
+                EXPECT_EQ(pool.GetWaitTaskCount(), 0);
             }
-        });
-        threads.emplace_back([&] {
-            for (int n = 0; n < 10; ++n)
-            {
-                n % 3 == 0 ? pool.Clean() : pool.Pause(n % 3 == 1);
-                pool.Resume();
-            }
-        });
-        for (auto& thread : threads)
-        {
-            thread.join();
-        }
-        if (round % 2 == 0)
-        {
-            pool.Uninit(round % 4 == 0);
-            EXPECT_EQ(pool.GetWaitTaskCount(), 0);
         }
         queued += taken;
+        EXPECT_EQ(tooMany, 0);
+        EXPECT_EQ(m_ran + m_dropped, queued);
     }
-    // A task pool that is paused when it is destroyed may leave the last step to a worker.
-    while (m_ran + m_dropped < queued)
-    {
-        std::this_thread::yield();
-    }
-    EXPECT_EQ(m_ran + m_dropped, queued);
 }
 
-TEST_F(ZQTaskPoolTest, SteadyStreamDoesNotAllocate)
-{
+TEST_F(ZQTaskPoolTest, SteadyStreamDoesNotAllocate) {
     std::atomic<long> ran{0};
     const auto count = [](void* data, void*) {
         static_cast<std::atomic<long>*>(data)->fetch_add(1);
@@ -379,23 +276,13 @@ TEST_F(ZQTaskPoolTest, SteadyStreamDoesNotAllocate)
     ASSERT_EQ(pool.Init(threads, count, nullptr, nullptr), 0);
     const auto run = [&](long tasks) {
         const long until = ran + tasks;
-        for (long i = 0; i < tasks; ++i)
-        {
-            while (pool.Task(&ran, false) != 0)
-            {
-                std::this_thread::yield();
-            }
+        for (long i = 0; i < tasks; ++i) {
+            while (pool.Task(&ran, false) != 0) { std::this_thread::yield(); }
         }
-        while (ran < until)
-        {
-            std::this_thread::yield();
-        }
+        while (ran < until) { std::this_thread::yield(); }
     };
     WarmUp(*threads, 2, 4);
-    for (int i = 0; i < 600; ++i)
-    {
-        threads->FreeTPLTaskNode(ZQRefThreadPool::NewTPLTaskNode(nullptr));
-    }
+    for (int i = 0; i < 600; ++i) { threads->FreeTPLTaskNode(ZQRefThreadPool::NewTPLTaskNode(nullptr)); }
     const long before = AllocationCount();
     run(100000);
     EXPECT_EQ(AllocationCount() - before, 0);
@@ -403,8 +290,7 @@ TEST_F(ZQTaskPoolTest, SteadyStreamDoesNotAllocate)
     threads->Unref();
 }
 
-TEST_F(ZQTaskPoolTest, UsesTheProcessWidePoolWhenNoneIsGiven)
-{
+TEST_F(ZQTaskPoolTest, UsesTheProcessWidePoolWhenNoneIsGiven) {
     ZQRefThreadPool* global = ZQRefThreadPool::Global();
     {
         ZQTaskPool pool(0, 1);
@@ -420,7 +306,6 @@ TEST_F(ZQTaskPoolTest, UsesTheProcessWidePoolWhenNoneIsGiven)
     }
 }
 
-TEST(ZQTaskPoolDeathTest, NeedsASlot)
-{
+TEST(ZQTaskPoolDeathTest, NeedsASlot) {
     ExpectCrash([] { ZQTaskPool pool(0, 0); }, "_Abort: iThreadNums>0, Foundation/src/ZQThreadPool, [0-9]+\n");
 }

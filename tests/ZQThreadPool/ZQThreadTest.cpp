@@ -1,40 +1,30 @@
 #include "ZQThreadPool.h"
 
 #include "support/Gate.h"
+#include "support/Threads.h"
 
 #include <atomic>
 #include <chrono>
 #include <gtest/gtest.h>
 #include <thread>
 
-namespace
-{
+namespace {
 /// Runs until told to stop, counting its rounds.
-void Spin(ZQThread& thread, void* pRounds)
-{
-    while (!thread.TestExit())
-    {
+void Spin(ZQThread& thread, void* pRounds) {
+    while (!thread.TestExit()) {
         static_cast<std::atomic<long>*>(pRounds)->fetch_add(1);
         std::this_thread::yield();
     }
 }
 
-void ArriveAndReturn(ZQThread&, void* pGate)
-{
-    static_cast<Gate*>(pGate)->Arrive();
-}
+void ArriveAndReturn(ZQThread&, void* pGate) { static_cast<Gate*>(pGate)->Arrive(); }
 
-void WaitUntilAbove(const std::atomic<long>& value, long bound)
-{
-    while (value.load() <= bound)
-    {
-        std::this_thread::yield();
-    }
+void WaitUntilAbove(const std::atomic<long>& value, long bound) {
+    while (value.load() <= bound) { std::this_thread::yield(); }
 }
 }  // namespace
 
-TEST(ZQThreadTest, IdleObjectHasNoThread)
-{
+TEST(ZQThreadTest, IdleObjectHasNoThread) {
     ZQThread thread;
     thread.Suspend();
     thread.Stop();
@@ -49,10 +39,8 @@ TEST(ZQThreadTest, IdleObjectHasNoThread)
     EXPECT_EQ(thread.GetUserData(), &thread);
 }
 
-TEST(ZQThreadTest, FunctionThatReturnsStaysStartedUntilJoined)
-{
-    struct Run
-    {
+TEST(ZQThreadTest, FunctionThatReturnsStaysStartedUntilJoined) {
+    struct Run {
         Gate gate;
         long seen = 0;
         long own = 0;
@@ -77,8 +65,7 @@ TEST(ZQThreadTest, FunctionThatReturnsStaysStartedUntilJoined)
     run.gate.WaitFor(2);
 }
 
-TEST(ZQThreadTest, PausesResumesAndStops)
-{
+TEST(ZQThreadTest, PausesResumesAndStops) {
     std::atomic<long> rounds{0};
     ZQThread thread;
     ASSERT_TRUE(thread.Start(Spin, &rounds));
@@ -104,46 +91,31 @@ TEST(ZQThreadTest, PausesResumesAndStops)
     thread.Join();
 }
 
-TEST(ZQThreadTest, RestartWaitsForTheStoppedRun)
-{
-    struct Run
-    {
+TEST(ZQThreadTest, RestartWaitsForTheStoppedRun) {
+    struct Run {
         Gate entered;
         std::atomic<int> running{0};
         std::atomic<bool> overlap{false};
     } run;
     const auto body = [](ZQThread& self, void* p) {
         Run& r = *static_cast<Run*>(p);
-        if (r.running.fetch_add(1) != 0)
-        {
+        if (r.running.fetch_add(1) != 0) {
             r.overlap = true;
         }
         r.entered.Arrive();
-        while (!self.TestExit())
-        {
-            std::this_thread::yield();
-        }
+        while (!self.TestExit()) { std::this_thread::yield(); }
         std::this_thread::sleep_for(std::chrono::milliseconds(20));
         r.running.fetch_sub(1);
     };
     ZQThread thread;
-    for (int i = 1; i <= 5; ++i)
-    {
+    for (int i = 1; i <= 5; ++i) {
         ASSERT_TRUE(thread.Start(body, &run));
         run.entered.WaitFor(i);
         thread.Stop();
     }
     // Several restart at once: one of them does, and nothing runs twice.
     std::atomic<int> started{0};
-    std::thread threads[4];
-    for (auto& t : threads)
-    {
-        t = std::thread([&] { started += thread.Start(body, &run) ? 1 : 0; });
-    }
-    for (auto& t : threads)
-    {
-        t.join();
-    }
+    InThreads(4, [&](int) { started += thread.Start(body, &run) ? 1 : 0; });
     EXPECT_EQ(started, 1);
     thread.Stop();
     thread.Join();
@@ -151,42 +123,32 @@ TEST(ZQThreadTest, RestartWaitsForTheStoppedRun)
     EXPECT_EQ(run.running, 0);
 }
 
-TEST(ZQThreadTest, ConcurrentJoinsAllReturnAfterTheEnd)
-{
-    for (int round = 0; round < 20; ++round)
-    {
+TEST(ZQThreadTest, ConcurrentJoinsAllReturnAfterTheEnd) {
+    for (int round = 0; round < 20; ++round) {
         std::atomic<long> rounds{0};
         std::atomic<bool> stopped{false};
         ZQThread thread;
         ASSERT_TRUE(thread.Start(Spin, &rounds));
         WaitUntilAbove(rounds, 0);
-        std::thread threads[3];
-        for (auto& t : threads)
-        {
-            t = std::thread([&] {
-                thread.Join();
-                EXPECT_TRUE(stopped);
-            });
-        }
-        stopped = true;
-        thread.Stop();
-        for (auto& t : threads)
-        {
-            t.join();
-        }
+        InThreads(4, [&](int i) {
+            if (i == 0) {
+                stopped = true;
+                thread.Stop();
+            }
+            thread.Join();
+            EXPECT_TRUE(stopped);
+        });
         EXPECT_EQ(thread.GetThreadID(), -1);
     }
 }
 
-TEST(ZQThreadTest, MayDeleteItselfAndCanBeDetached)
-{
+TEST(ZQThreadTest, MayDeleteItselfAndCanBeDetached) {
     Gate gate;
     const auto deletesItself = [](ZQThread& self, void* p) {
         delete &self;
         static_cast<Gate*>(p)->Arrive();
     };
-    for (int i = 1; i <= 50; ++i)
-    {
+    for (int i = 1; i <= 50; ++i) {
         ZQThread* pThread = new ZQThread;
         ASSERT_TRUE(pThread->Start(deletesItself, &gate));
         gate.WaitFor(i);

@@ -5,38 +5,28 @@
 #include <gtest/gtest.h>
 #include <vector>
 
-template <class List> class ZxxListTest : public testing::Test
-{
+template <class List> class ZxxListTest : public testing::Test {
 protected:
-    static std::vector<int> Elements(List& list)
-    {
+    static std::vector<int> Elements(List& list) {
         std::vector<int> elements;
-        for (auto it = list.begin(); it != list.end(); ++it)
-        {
-            elements.push_back(*it);
-        }
+        for (auto it = list.begin(); it != list.end(); ++it) { elements.push_back(*it); }
         return elements;
     }
 
     /// Node functions with a list of spare nodes as context, the way the pools use them.
-    static typename List::node_type* Take(void* spare)
-    {
+    static typename List::node_type* Take(void* spare) {
         List& list = *static_cast<List*>(spare);
         typename List::node_type* node = list.back_node();
         list.unlink(node);
         return node;
     }
-    static void Give(typename List::node_type* node, void* spare)
-    {
-        static_cast<List*>(spare)->link_front(node);
-    }
+    static void Give(typename List::node_type* node, void* spare) { static_cast<List*>(spare)->link_front(node); }
 };
 
 using ListTypes = testing::Types<ZxxListInner<int>, ZxxList<int>>;
 TYPED_TEST_SUITE(ZxxListTest, ListTypes);
 
-TYPED_TEST(ZxxListTest, KeepsItsOrder)
-{
+TYPED_TEST(ZxxListTest, KeepsItsOrder) {
     TypeParam list;
     EXPECT_TRUE(list.empty());
     EXPECT_TRUE(list.begin() == list.end());
@@ -56,8 +46,7 @@ TYPED_TEST(ZxxListTest, KeepsItsOrder)
     EXPECT_EQ(this->Elements(list), (std::vector<int>{1}));
 }
 
-TYPED_TEST(ZxxListTest, LinksNodesOfItsOwner)
-{
+TYPED_TEST(ZxxListTest, LinksNodesOfItsOwner) {
     TypeParam list;
     typename TypeParam::node_type* first = TypeParam::calloc_node(nullptr);
     typename TypeParam::node_type* second = TypeParam::calloc_node(nullptr);
@@ -77,13 +66,9 @@ TYPED_TEST(ZxxListTest, LinksNodesOfItsOwner)
     TypeParam::free_node(nullptr, nullptr);
 }
 
-TYPED_TEST(ZxxListTest, DrawsItsNodesFromWhereItsOwnerSays)
-{
+TYPED_TEST(ZxxListTest, DrawsItsNodesFromWhereItsOwnerSays) {
     TypeParam spare;
-    for (int i = 0; i < 3; ++i)
-    {
-        spare.push_back(i);
-    }
+    for (int i = 0; i < 3; ++i) { spare.push_back(i); }
     {
         TypeParam list;
         list.push_back(7);
@@ -102,11 +87,9 @@ TYPED_TEST(ZxxListTest, DrawsItsNodesFromWhereItsOwnerSays)
     EXPECT_EQ(this->Elements(spare), (std::vector<int>{2, 1, 0}));
 }
 
-TYPED_TEST(ZxxListTest, MisuseEndsTheProcess)
-{
+TYPED_TEST(ZxxListTest, MisuseEndsTheProcess) {
     using Iterator = typename TypeParam::iterator;
-    const struct
-    {
+    const struct {
         const char* name;
         void (*action)();
         const char* report;
@@ -135,8 +118,7 @@ TYPED_TEST(ZxxListTest, MisuseEndsTheProcess)
          },
          "_Abort: _pCurPointer, Foundation/src/../include/ZxxList, 803\n"},
     };
-    for (const auto& c : cases)
-    {
+    for (const auto& c : cases) {
         SCOPED_TRACE(c.name);
         ExpectCrash(c.action, c.report);
     }

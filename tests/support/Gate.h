@@ -5,22 +5,18 @@
 #include <mutex>
 
 /// Counts arrivals; threads wait until there are enough. Where threads meet without sleeping.
-class Gate
-{
+class Gate {
 public:
-    void Arrive()
-    {
+    void Arrive() {
         std::lock_guard<std::mutex> lock(m_mutex);
         ++m_nArrivals;
         m_cond.notify_all();
     }
-    void WaitFor(int nArrivals)
-    {
+    void WaitFor(int nArrivals) {
         std::unique_lock<std::mutex> lock(m_mutex);
         m_cond.wait(lock, [&] { return m_nArrivals >= nArrivals; });
     }
-    int Arrivals()
-    {
+    int Arrivals() {
         std::lock_guard<std::mutex> lock(m_mutex);
         return m_nArrivals;
     }

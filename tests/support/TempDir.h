@@ -4,8 +4,7 @@
 #include <string>
 
 /// A directory of its own for a test; it goes with everything in it.
-class TempDir
-{
+class TempDir {
 public:
     TempDir();
     ~TempDir();
