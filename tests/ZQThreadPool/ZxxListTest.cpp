@@ -3,6 +3,7 @@
 #include "support/Fatal.h"
 
 #include <gtest/gtest.h>
+#include <string>
 #include <vector>
 
 template <class List> class ZxxListTest : public testing::Test {
@@ -24,7 +25,10 @@ protected:
 };
 
 using ListTypes = testing::Types<ZxxListInner<int>, ZxxList<int>>;
-TYPED_TEST_SUITE(ZxxListTest, ListTypes);
+struct ListNames {
+    template <class List> static std::string GetName(int i) { return i == 0 ? "ZxxListInner" : "ZxxList"; }
+};
+TYPED_TEST_SUITE(ZxxListTest, ListTypes, ListNames);
 
 TYPED_TEST(ZxxListTest, KeepsItsOrder) {
     TypeParam list;
