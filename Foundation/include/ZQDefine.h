@@ -10,10 +10,8 @@
 /// Marks what the shared object exports.
 #define ZQ_API __attribute__((visibility("default")))
 
-/// @name Lock annotations
-/// Clang checks them with `-Wthread-safety`; for every other compiler they are empty. Their names and meanings are those
-/// of the Clang documentation on thread safety analysis.
-/// @{
+// Lock annotations. Clang checks them with `-Wthread-safety`; for every other compiler they are empty. Their names
+// and meanings are those of the Clang documentation on thread safety analysis.
 #if defined(__clang__)
 #define ZQ_THREAD_ANNOTATION(x) __attribute__((x))
 #else
@@ -33,9 +31,8 @@
 #define ZQ_RELEASE(...) ZQ_THREAD_ANNOTATION(release_capability(__VA_ARGS__))
 #define ZQ_RELEASE_SHARED(...) ZQ_THREAD_ANNOTATION(release_shared_capability(__VA_ARGS__))
 #define ZQ_RELEASE_GENERIC(...) ZQ_THREAD_ANNOTATION(release_generic_capability(__VA_ARGS__))
-/// For the bodies of the locks themselves, which take a platform lock that the analysis does not know.
+// For the bodies of the locks themselves, which take a platform lock that the analysis does not know.
 #define ZQ_NO_THREAD_SAFETY_ANALYSIS ZQ_THREAD_ANNOTATION(no_thread_safety_analysis)
-/// @}
 
 /// Prints "_Abort: expression, path, line" to standard output and ends the process by a segmentation fault.
 /// @param expression  the condition that does not hold, as text
@@ -51,7 +48,7 @@ ZQCrashReport(const char* expression, const char* path, int line)
     std::puts(text);
     std::fflush(stdout);                       // a report into a pipe must not be lost
     volatile int* volatile nowhere = nullptr;  // both volatile: the fault itself must happen
-    *nowhere = 0;
+    *nowhere = 0;                              // NOLINT(clang-analyzer-core.NullDereference): it is what is meant
     __builtin_trap();
 }
 

@@ -17,7 +17,7 @@
 /// | -7     | another error of the system                                 |
 ///
 /// `errno` is left as the failing system call set it. Paths end in a null character; where a function takes a path apart,
-/// both "/" and "\" separate its parts.
+/// both the slash and the backslash separate its parts.
 ///
 /// Threads: every function may be called from any thread; none keeps state between calls. The functions on files print
 /// nothing.
@@ -98,7 +98,7 @@ extern "C"
     ZQ_API int ZQMakeDir(const char* path);
     /// Makes a directory and what is missing above it.
     ///
-    /// The path is tried as given first, so a name with a "\\" in it is made as that one name where its parent exists. Only
+    /// The path is tried as given first, so a name with a backslash in it is made as that one name where its parent exists. Only
     /// when that fails are both separators taken for separators.
     /// @return 0; -6 null, empty or "/"; -1 any other failure
     ZQ_API int ZQRecursiveMakeDir(const char* path);

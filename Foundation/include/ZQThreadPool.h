@@ -202,7 +202,8 @@ public:
     /// @name For task pools
     /// @{
 
-    /// Moves the queued tasks of @p pCore, in their order, to the end of @p listOut; they will not run.
+    /// Moves the queued tasks of one task pool, in their order, to the end of @p listOut; they will not run.
+    /// @param pCore    whose tasks
     /// @param listOut  gives its nodes back by FreeCleanResult() alone
     void Clean(ZQTaskPoolCore* pCore, ZxxListInner<_StruRefTask>& listOut);
     /// Takes the nodes back that Clean() has moved to @p list.

@@ -25,17 +25,17 @@
 /// A node of a ZxxListInner: links and element in one block. A node that is in no list is linked to itself.
 template <class T> struct ZQ_API StruZxxListInnerNode
 {
-    StruZxxListInnerNode* pPrev;
-    StruZxxListInnerNode* pNext;
-    T data;
+    StruZxxListInnerNode* pPrev;  ///< The node before.
+    StruZxxListInnerNode* pNext;  ///< The node after.
+    T data;                       ///< The element.
 };
 
 /// A node of a ZxxList: links and element in one block. A node that is in no list is linked to itself.
 template <class T> struct ZQ_API StruZxxListNode
 {
-    StruZxxListNode* pPrev;
-    StruZxxListNode* pNext;
-    T data;
+    StruZxxListNode* pPrev;  ///< The node before.
+    StruZxxListNode* pNext;  ///< The node after.
+    T data;                  ///< The element.
 };
 
 /// What both lists share: a ring of nodes around a sentinel, a count and the node functions. Use it by way of
@@ -46,6 +46,7 @@ template <class T> struct ZQ_API StruZxxListNode
 template <class T, class Node> class ZQ_API ZxxListBase
 {
 public:
+    /// The type of the nodes.
     typedef Node node_type;
     /// Returns a node that is linked to itself, or null, which ends the process at the push that asked for it.
     typedef Node* (*calloc_function)(void* context);
@@ -60,6 +61,7 @@ public:
         iterator() : _pCurPointer(nullptr), _pList(nullptr)
         {
         }
+        /// The place of @p node in the list with the sentinel @p list.
         iterator(Node* node, const Node* list) : _pCurPointer(node), _pList(list)
         {
         }
@@ -82,10 +84,12 @@ public:
         {
             return _pCurPointer;
         }
+        /// Whether both are the same place of the same list.
         bool operator==(const iterator& other) const
         {
             return _pCurPointer == other._pCurPointer && _pList == other._pList;
         }
+        /// Whether they are not.
         bool operator!=(const iterator& other) const
         {
             return !(*this == other);
@@ -151,14 +155,17 @@ public:
     {
         return m_nCount;
     }
+    /// Whether there is no element.
     bool empty() const
     {
         return m_nCount == 0;
     }
+    /// The place of the first element, end() if there is none.
     iterator begin()
     {
         return iterator(m_nodeEnd.pNext, &m_nodeEnd);
     }
+    /// The place after the last element.
     iterator end()
     {
         return m_itEnd;
