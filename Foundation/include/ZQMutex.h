@@ -12,8 +12,8 @@
 /// | ZQProcessMutex                      | a resource shared by several processes                                  |
 ///
 /// Threads: every operation may be called from any thread. Misuse (locking twice, unlocking what is free) and failing
-/// platform calls end the process with a report on standard error; no operation reports them by a result. An object must
-/// not be destroyed while a thread holds it or waits on it.
+/// platform calls end the process with a report on standard error, but where a result says otherwise: the try-locks, timed
+/// waits and ZQProcessMutex::Lock(). An object must not be destroyed while a thread holds it or waits on it.
 ///
 /// @code
 /// ZQMutex mutex;
@@ -52,7 +52,7 @@ public:
     void Lock() ZQ_ACQUIRE();
     /// Gives the lock back; ends the process if nobody holds it.
     void Unlock() ZQ_RELEASE();
-    /// Takes the lock if it is free; never waits.
+    /// Takes the lock if it is free; never waits. Ends the process if the mark says that it is held all the same.
     /// @return `true` if the caller holds it now, `false` if somebody else does or the platform call failed
     bool TryLock() ZQ_TRY_ACQUIRE(true);
 
@@ -78,16 +78,17 @@ private:
     ZQMutex& m_mutex;
 };
 
-/// A lock that either one writer or any number of readers hold. Neither side is recursive.
+/// A lock that either one writer or any number of readers hold. The holder of the write lock may not ask again, for either
+/// side: that ends the process.
 ///
 /// Release what LockWrite() took with Unlock(), as the guards do: Unlock() alone lowers the count of writers. After
-/// UnlockWrite() the count stays one too high, and the next Unlock() of a writer ends the process.
+/// UnlockWrite() the count stays one too high: the next Unlock() of a writer ends the process, that of a reader takes the count
+/// for its own.
 ///
 /// Readers that keep coming can hold a writer back for a long time: no attribute of the platform's lock is set, and its
 /// default prefers readers. Use a ZQMutex where writers must not wait long.
 ///
-/// Threads: any operation from any thread. A thread that takes the write lock twice ends the process. Over
-/// `pthread_rwlock_t` with default attributes.
+/// Threads: any operation from any thread. Over `pthread_rwlock_t` with default attributes.
 class ZQ_API ZQ_CAPABILITY("mutex") ZQMutexRW
 {
 public:
@@ -200,7 +201,8 @@ private:
 ///
 /// The file is created with mode 0200 where it is missing; it is never written, never removed, and its lock goes with the
 /// process. It is a POSIX record lock, so closing *any* other descriptor of the same file in this process drops it:
-/// make one object a key and process, and open the file nowhere else.
+/// make one object a key and process, and open the file nowhere else. A forked child does not hold it, and `exec` drops it,
+/// since the file is opened close-on-exec.
 ///
 /// Threads: any operation from any thread; the thread that locked unlocks. Not recursive. Over `lockf(3)`.
 class ZQ_API ZQ_CAPABILITY("mutex") ZQProcessMutex

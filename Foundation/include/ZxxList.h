@@ -158,7 +158,7 @@ public:
     /// Whether there is no element.
     bool empty() const
     {
-        return m_nCount == 0;
+        return m_nodeEnd.pNext == &m_nodeEnd;
     }
     /// The place of the first element, end() if there is none.
     iterator begin()
@@ -199,15 +199,19 @@ public:
             return m_itEnd;
         }
         const iterator next(node->pNext, &m_nodeEnd);
-        Release(node);
+        unlink(node);
+        m_pfnFree(node, m_pContext);
         return next;
     }
     /// Removes every element, first to last, and hands each node to the free function.
     void clear()
     {
-        while (m_nodeEnd.pNext != &m_nodeEnd)
+        while (!empty())
         {
-            Release(m_nodeEnd.pNext);
+            Node* node = m_nodeEnd.pNext;
+            Unlink(node);
+            m_pfnFree(node, m_pContext);
+            --m_nCount;
         }
     }
 
@@ -218,6 +222,11 @@ public:
     static bool linked(const Node* node)
     {
         return node->pNext != node;
+    }
+    /// Takes @p node out of the list that it is in, if any, and leaves that list's count as it is.
+    static void detach(Node* node)
+    {
+        Unlink(node);
     }
     /// Takes @p node out of this list and leaves it, linked to itself, to the caller. The free function is not called.
     void unlink(Node* node)
@@ -271,11 +280,6 @@ private:
         previous->pNext = node;
         next->pPrev = node;
         ++m_nCount;
-    }
-    void Release(Node* node)
-    {
-        unlink(node);
-        m_pfnFree(node, m_pContext);
     }
 
     Node m_nodeEnd;  // the sentinel; its data is never used

@@ -54,7 +54,8 @@ void ZQMutexRW::UnlockWrite() ZQ_NO_THREAD_SAFETY_ANALYSIS
 
 void ZQMutexRW::Unlock() ZQ_NO_THREAD_SAFETY_ANALYSIS
 {
-    // Readers see 0 here: a writer counts itself only while it holds the lock alone.
+    // Readers see 0 here, since a writer counts itself only while it holds the lock alone; but for a count that an
+    // UnlockWrite() has left behind.
     if (m_isWLocked == 0)
     {
         UnlockRead();

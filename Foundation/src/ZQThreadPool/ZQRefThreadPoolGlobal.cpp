@@ -1,7 +1,6 @@
 #include "ZQRefThreadPoolGlobal.h"
 
 #include "ZQCheck.h"
-#include "ZQOSApi.h"
 #include "ZQRelaxed.h"
 
 namespace
@@ -26,8 +25,7 @@ ZQRefThreadPool* ZQRefThreadPoolGlobal::Get()
     if (pPool == nullptr)
     {
         ZQRefThreadPool* pNew = ZQRefThreadPool::Create(AutomaticThreads, IdleSeconds);
-        if (!ZQAtomicCompareExchangePointer(reinterpret_cast<void* volatile*>(&m_pObj), nullptr, pNew) &&
-            pNew != nullptr)
+        if (!__sync_bool_compare_and_swap(&m_pObj, nullptr, pNew) && pNew != nullptr)
         {
             pNew->Unref();  // another thread was first
         }
