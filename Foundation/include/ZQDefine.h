@@ -21,6 +21,7 @@
 #define ZQ_CAPABILITY(x) ZQ_THREAD_ANNOTATION(capability(x))
 #define ZQ_SCOPED_CAPABILITY ZQ_THREAD_ANNOTATION(scoped_lockable)
 #define ZQ_GUARDED_BY(x) ZQ_THREAD_ANNOTATION(guarded_by(x))
+#define ZQ_PT_GUARDED_BY(x) ZQ_THREAD_ANNOTATION(pt_guarded_by(x))
 #define ZQ_ACQUIRED_AFTER(...) ZQ_THREAD_ANNOTATION(acquired_after(__VA_ARGS__))
 #define ZQ_ACQUIRED_BEFORE(...) ZQ_THREAD_ANNOTATION(acquired_before(__VA_ARGS__))
 #define ZQ_REQUIRES(...) ZQ_THREAD_ANNOTATION(requires_capability(__VA_ARGS__))

@@ -8,6 +8,7 @@
 /// |-----------------|----------------------------------------------------------------------------------------------|
 /// | ZQTaskPool      | a queue of work, done in order or by several threads at once: the usual choice               |
 /// | ZQRefThreadPool | the threads that task pools share, and single functions that just have to run somewhere      |
+/// | ZQThreadPool    | functions that have to run on threads of one owner's, first in first out                     |
 /// | ZQThread        | one long-lived thread of your own that can be paused, stopped and started again              |
 ///
 /// A task pool owns no thread. It borrows them, a bounded number at a time, from a shared pool, usually the process-wide
@@ -29,6 +30,9 @@
 #include "ZQDefine.h"
 #include "ZQMutex.h"
 #include "ZxxList.h"
+
+#include <list>
+#include <vector>
 
 class ZQTaskPoolCore;
 
@@ -78,7 +82,9 @@ public:
     /// Join() or Detach().
     bool IsRunning();
     /// Waits until the function has returned and makes the object idle. It does not ask the function to end: call Stop()
-    /// first. On the thread itself it detaches instead of waiting; while another thread joins, it waits for that one.
+    /// first. On the thread itself it detaches instead of waiting, which it must not do while another thread joins or
+    /// restarts it; while another thread joins, it waits for that one. A cancellation point, but not for use in a thread that
+    /// is cancelled.
     void Join();
     /// Lets the thread go its own way and makes the object idle. Takes no lock: not for use while another thread starts or
     /// joins this object. GetThreadID() keeps its value.
@@ -98,6 +104,7 @@ private:
     struct _StruStart;
 
     static void* ThreadMain(void* pStart);
+    pthread_t TakeHandle();
     bool HasExactly(int nMask, int nBits) const;
     void ChangeStatus(int nClear, int nSet);
 
@@ -109,6 +116,84 @@ private:
     void* m_pParam;
     void* m_pUserData;
     long m_lThreadID;  // read without a lock
+};
+
+/// Worker threads of one owner, with a queue of functions to run, first in first out.
+///
+/// A worker is started when a task finds none idle and fewer than the maximum are alive; it waits for more until the pool
+/// is stopped. The minimum and the idle time are kept and have no effect: use ZQRefThreadPool where workers are to end
+/// when there is nothing to do.
+///
+/// Threads: any operation from any thread, also from inside a task, but JoinAll() and the destructor not from the pool's
+/// own workers. Workers are called `ZQPool`.
+class ZQ_API ZQThreadPool
+{
+public:
+    /// A task: it gets its argument.
+    typedef void (*TaskFunction)(void* arg);
+
+    /// Makes a pool that holds no thread yet.
+    /// @param nMinThreads   kept, without effect
+    /// @param nMaxThreads   the most workers; with 0 or less tasks wait until AddCapacity()
+    /// @param nIdleSeconds  kept, without effect
+    ZQThreadPool(int nMinThreads, int nMaxThreads, int nIdleSeconds);
+    /// Tells the workers to end, waits for the running tasks and drops the queued ones without notice.
+    ~ZQThreadPool();
+    ZQThreadPool(const ZQThreadPool&) = delete;
+    ZQThreadPool& operator=(const ZQThreadPool&) = delete;
+
+    /// Queues a task.
+    /// @param fn   not null; runs on some worker, without a lock of the pool held
+    /// @param arg  handed to @p fn; stays the caller's
+    /// @return `false` if the pool is stopped: then nothing is queued. Ends the process if a worker is wanted and the
+    ///         platform has no thread to give.
+    bool Start(TaskFunction fn, void* arg);
+    /// Whether @p threadId belongs to a worker of this pool, also to one that has ended and is not joined yet.
+    bool IsSelfThread(long threadId);
+    /// Makes @p n the most workers, if it is above 0: it replaces the maximum and does not add to it. Takes no lock; tasks
+    /// that wait get a new worker when the next one is queued or taken.
+    void AddCapacity(int n);
+    /// The number of workers that are alive; takes no lock.
+    int GetCapacity() const;
+    /// The number of queued tasks.
+    int GetWaits();
+    /// Stops the pool for good: no task is taken any more, and the workers end after the one that they are running.
+    void StopAll() ZQ_EXCLUDES(m_mutex);
+    /// Waits until every worker has ended; after StopAll().
+    void JoinAll() ZQ_NO_THREAD_SAFETY_ANALYSIS;
+
+    /// @name Machinery
+    /// Only the pool itself calls it.
+    /// @{
+
+    /// Starts a worker; ends the process if the platform has no thread to give.
+    void AddThread() ZQ_REQUIRES(m_mutex);
+    /// What a worker does.
+    void ThreadEntry(ZQThread& thread);
+    /// ThreadEntry() of the pool @p pPool.
+    static void ThreadProxy(ZQThread& thread, void* pPool);
+    /// @}
+
+private:
+    struct _StruTask
+    {
+        TaskFunction pfnTask;
+        void* pArg;
+    };
+
+    void WakeOrAddThread() ZQ_REQUIRES(m_mutex);
+    void RunFirstTask() ZQ_REQUIRES(m_mutex);
+
+    const int m_nMinThreads __attribute__((unused));
+    int m_nMaxThreads;  // read and written without a lock
+    const int m_nIdleTimeout;
+    ZQMutex m_mutex;
+    ZQCond m_cond;                                                   // idle workers wait here
+    std::vector<ZQThread*>* m_vecThreads ZQ_PT_GUARDED_BY(m_mutex);  // every worker ever made, owned, the oldest first
+    std::list<_StruTask>* m_listTasks ZQ_PT_GUARDED_BY(m_mutex);
+    bool m_bRunning;  // written under m_mutex, read by Start() before it locks
+    int m_nIdleThreads ZQ_GUARDED_BY(m_mutex);
+    int m_nCapacity;  // workers alive; written under m_mutex, read without
 };
 
 /// Worker threads that several owners share, with a queue of functions to run, first in first out.
@@ -124,8 +209,9 @@ private:
 /// All members are public for the classes of the library that work with them; programs use Create(), Global(), Ref(),
 /// Unref(), Start() and GetCapacity().
 ///
-/// Threads: any operation from any thread that holds a reference. Workers are called `ZQRefPool`. A `thread_local`
-/// destructor must not call the pool on which its thread is a worker: the pool may be waiting for that thread to end.
+/// Threads: any operation from any thread that holds a reference. Workers are called `ZQRefPool`. A task must neither throw
+/// nor end its thread. A `thread_local` destructor must not call the pool on which its thread is a worker, nor a task pool on
+/// it: they may be waiting for that thread to end.
 class ZQ_API ZQRefThreadPool
 {
 public:
@@ -153,8 +239,7 @@ public:
         /// Wakes the worker.
         void Signal();
 
-    private:
-        ZQCond m_cond;
+        ZQCond m_cond;  ///< The condition on which the worker sleeps.
     };
 
     typedef StruZxxListInnerNode<_StruRefTask> TaskNode;  ///< A node of the queue of tasks.
@@ -164,16 +249,16 @@ public:
     /// Makes a pool that holds no thread yet.
     /// @param nMaxThreads   the most workers; 0 or less means 2 for each processor and 1 more, but 16 to 64. The minimum
     ///                      is half of it plus 1.
-    /// @param nIdleSeconds  the idle time after which surplus workers end; 0 or less, and values above 2147483 that wrap
-    ///                      to that: never
+    /// @param nIdleSeconds  the idle time after which surplus workers end; 0 or less: never. Kept in milliseconds of 32 bits,
+    ///                      in which values beyond 2147483 either way wrap.
     /// @return the pool with one reference, which the caller drops with Unref(); null without memory
     static ZQRefThreadPool* Create(int nMaxThreads, int nIdleSeconds);
     /// The process-wide pool, made when the library is loaded, and anew when it is missing. It has the automatic maximum
     /// and an idle time of 120 seconds.
     ///
     /// The caller gets no reference: the pool lives until ZQThreadPoolGlobalCleanup() or until the library is unloaded,
-    /// and it is the caller's care that neither happens meanwhile. A task on it must not call `exit(3)`, which would wait
-    /// for that very task.
+    /// and it is the caller's care that neither happens meanwhile. A task on it must not call `exit(3)`, which would destroy
+    /// the pool on one of its own workers.
     static ZQRefThreadPool* Global();
 
     /// Makes a pool with one reference; use Create().
@@ -191,8 +276,8 @@ public:
     /// @param pfnTask  not null; runs on some worker, without a lock of the pool held
     /// @param pArg     stays the caller's, who keeps it until the task has run or Clean() has returned it
     /// @param pCore    whose task it is, or null
-    /// @return `false` if the pool is being destroyed: then nothing is queued. Ends the process if a worker is wanted and
-    ///         the platform has no thread to give.
+    /// @return `false` if the pool is being destroyed: then nothing is queued. Ends the process without memory, and if a
+    ///         worker is wanted and the platform has no thread to give.
     bool Start(TaskFunction pfnTask, void* pArg, ZQTaskPoolCore* pCore);
     /// Queues a task that belongs to nobody.
     bool Start(TaskFunction pfnTask, void* pArg);
@@ -266,15 +351,16 @@ public:
 /// A queue of work. Each piece of data is handed to one callback, once, on threads of a shared pool; at most a fixed number
 /// of a task pool's tasks run at a time. With one, they run one after the other, in the order of the queue.
 ///
-/// | state   | reached by                 | Task() | Resume() |
-/// |---------|----------------------------|--------|----------|
-/// | created | construction               | -2     | 0        |
-/// | ready   | Init(); Resume() of paused | 0      | 0        |
-/// | paused  | Pause() of ready           | -4     | 0        |
-/// | closed  | Uninit() of ready          | -1     | -1       |
+/// | state   | reached by                  | Task()               | Resume() |
+/// |---------|-----------------------------|----------------------|----------|
+/// | created | construction                | -2                   | 0        |
+/// | ready   | Init(); Resume() of paused  | 0                    | 0        |
+/// | paused  | Pause() of ready or created | -4; -2 before Init() | 0        |
+/// | closed  | Uninit() of ready           | -1                   | -1       |
 ///
 /// A task is given to `fnTask`, which owns the data from then on, or to `fnFree`, when it is removed without having run:
-/// each piece of data meets exactly one of the two, once.
+/// each piece of data meets exactly one of the two, once. Neither may throw. Without memory for a slot or a waiting task the
+/// process ends with "pNode".
 ///
 /// Threads: any operation from any thread, also from inside a task of the same pool, where the operations that wait do not
 /// wait for their own task. The pool may be destroyed from inside a task. Destroying it while another thread is inside
@@ -301,7 +387,7 @@ public:
     /// @param fnFree  releases the data of a task that will not run; called with this pool's lock held, so it must not call
     ///                this pool. Null: such data are forgotten.
     /// @param user    handed to both
-    /// @return 0; -5 if @p fnTask is null or the pool was bound before; -1 without memory
+    /// @return 0; -5 if @p fnTask is null or the pool was bound before; -1 if the constructor had no memory
     int Init(ZQRefThreadPool* pPool, DataFunction fnTask, DataFunction fnFree, void* user);
     /// Whether the pool is bound and not closed.
     bool IsInit();
@@ -310,16 +396,17 @@ public:
     /// Queues a task.
     /// @param data     handed to `fnTask`; the caller's as before unless the result is 0
     /// @param bUrgent  `true` puts it first, before earlier urgent ones too; `false` last
-    /// @return 0; -1 closed, or without memory; -2 not bound; -3 the bound of waiting tasks is reached; -4 paused
+    /// @return 0; -1 closed, or the constructor had no memory; -2 not bound; -3 the bound of waiting tasks is reached; -4 paused
     int Task(void* data, bool bUrgent);
     /// Stops the work: tasks are refused, waiting ones stay for Resume(), and running ones are waited for. Pausing a pool
     /// that is paused or closed only waits until a pause in progress has ended.
     ///
-    /// A Resume() by another thread meanwhile starts the work again; this call then returns when there is none left.
+    /// A Resume() meanwhile starts the work again; this call then returns when none of the pool's tasks is running, which may
+    /// take long where tasks keep coming.
     /// @param bDrain  `true` also has the waiting tasks run first, partly on the calling thread
     void Pause(bool bDrain);
     /// Starts the work again after Pause().
-    /// @return 0; -1 closed, or without memory
+    /// @return 0; -1 closed, or the constructor had no memory
     int Resume();
     /// Removes every waiting task by way of `fnFree`.
     void Clean();

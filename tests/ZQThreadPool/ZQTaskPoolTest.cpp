@@ -197,6 +197,25 @@ TEST_F(ZQTaskPoolTest, OperationsInsideATaskDoNotWaitForIt) {
     }
 }
 
+TEST_F(ZQTaskPoolTest, PauseReturnsAlthoughItsOnlyWorkerWouldHaveToRunWhatAResumeHasHandedOut) {
+    ZQRefThreadPool* single = ZQRefThreadPool::Create(1, 0);
+    ZQTaskPool pool(0, 2);
+    ASSERT_EQ(pool.Init(single, RunJob, DropJob, this), 0);
+    single->Unref();
+    Gate queued;
+    Queue(pool, [&] {
+        queued.WaitFor(1);
+        pool.Pause(true);
+    });
+    Queue(pool, [&pool] { EXPECT_EQ(pool.Resume(), 0); });
+    queued.Arrive();
+    while (m_ran < 2) { std::this_thread::yield(); }
+    EXPECT_EQ(Queue(pool, Nothing), 0);
+    while (m_ran < 3) { std::this_thread::yield(); }
+    EXPECT_TRUE(pool.IsReady());
+    pool.Pause(true);
+}
+
 TEST_F(ZQTaskPoolTest, MayBeDestroyedInsideATask) {
     for (int i = 0; i < 50; ++i) {
         Gate gone;

@@ -1,6 +1,7 @@
 #include "ZQThreadPool.h"
 
 #include "ZQCheck.h"
+#include "ZQMilliseconds.h"
 #include "ZQOSApi.h"
 #include "ZQRelaxed.h"
 
@@ -16,12 +17,6 @@ int AutomaticMaximum()
 {
     return std::clamp(2 * ZQGetCPUProcessorNumber() + 1, LeastAutomaticThreads, MostAutomaticThreads);
 }
-
-/// Milliseconds of @p seconds; a product that does not fit wraps.
-int Milliseconds(int seconds)
-{
-    return static_cast<int>(static_cast<unsigned int>(seconds) * 1000U);
-}
 }  // namespace
 
 ZQRefThreadPool* ZQRefThreadPool::Create(int nMaxThreads, int nIdleSeconds)
@@ -34,7 +29,7 @@ ZQRefThreadPool* ZQRefThreadPool::Create(int nMaxThreads, int nIdleSeconds)
 }
 
 ZQRefThreadPool::ZQRefThreadPool(int nMinThreads, int nMaxThreads, int nIdleSeconds)
-    : m_nMinThreads(nMinThreads), m_nMaxThreads(nMaxThreads), m_nIdleTimeout(Milliseconds(nIdleSeconds)),
+    : m_nMinThreads(nMinThreads), m_nMaxThreads(nMaxThreads), m_nIdleTimeout(ZQMillisecondsOf(nIdleSeconds)),
       m_bRunning(true), m_nCapacity(0), m_nRefs(1)
 {
     m_listTasks.set_node_functions(CallocTaskNodeFromCache, FreeTaskNodeToCache, &m_listTaskCache);

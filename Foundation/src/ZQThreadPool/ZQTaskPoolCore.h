@@ -141,7 +141,10 @@ public:
         ++m_nRefs;  // this call's own: a drained task may destroy the ZQTaskPool
         WaitForSlots(lThreadID, bOwnSlot);
         m_bPausing = false;
-        m_nStartedSlots = bOwnSlot ? 1 : 0;
+        if (m_nStatus != 0)
+        {
+            m_nStartedSlots = bOwnSlot ? 1 : 0;
+        }
         m_cond.Broadcast();
         return Release();
     }
@@ -249,12 +252,27 @@ private:
         m_pPool->FreeCleanResult(listTaken);
     }
 
+    /// The slots that a worker has reached.
+    int RunningSlots() ZQ_REQUIRES(m_mutex)
+    {
+        int nRunning = 0;
+        for (auto it = m_listBusySlots.begin(); it != m_listBusySlots.end(); ++it)
+        {
+            nRunning += (*it).lThreadID != -1 ? 1 : 0;
+        }
+        return nRunning;
+    }
+
     /// The waiting part of a pause; with m_bPauseDrain it also sees to it that nothing is left waiting.
     void WaitForSlots(long lThreadID, bool bOwnSlot) ZQ_REQUIRES(m_mutex)
     {
         const int nOwn = bOwnSlot ? 1 : 0;
         for (;;)
         {
+            if (m_nStatus == 0 && RunningSlots() <= nOwn)
+            {
+                return;  // resumed meanwhile; the slots handed out by that may need this very worker to run on
+            }
             const bool bDrains = m_bPauseDrain && !m_listWait.empty();
             if (bDrains && (bOwnSlot || m_nStartedSlots == 0))
             {

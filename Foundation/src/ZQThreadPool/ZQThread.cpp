@@ -175,20 +175,20 @@ void ZQThread::Join()
 
 void ZQThread::JoinInner()
 {
-    if (m_hThread != 0)
+    const pthread_t hThread = TakeHandle();
+    if (hThread != 0)
     {
-        pthread_join(m_hThread, nullptr);
-        m_hThread = 0;
+        pthread_join(hThread, nullptr);
     }
     ZQRelaxedStore(m_lThreadID, -1L);
 }
 
 void ZQThread::Detach()
 {
-    if (m_hThread != 0)
+    const pthread_t hThread = TakeHandle();
+    if (hThread != 0)
     {
-        pthread_detach(m_hThread);
-        m_hThread = 0;
+        pthread_detach(hThread);
     }
     ZQRelaxedStore(m_nStatus, 0);
 }
@@ -211,6 +211,12 @@ void ZQThread::SetUserData(void* pUserData)
 void* ZQThread::GetUserData() const
 {
     return ZQRelaxedLoad(m_pUserData);
+}
+
+/// Takes the handle out of the object, so that of several who join or detach without the lock one does.
+pthread_t ZQThread::TakeHandle()
+{
+    return __atomic_exchange_n(&m_hThread, pthread_t(0), __ATOMIC_RELAXED);
 }
 
 /// Whether exactly @p nBits of the bits @p nMask are set.

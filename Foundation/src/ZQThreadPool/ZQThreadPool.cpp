@@ -1,0 +1,168 @@
+#include "ZQThreadPool.h"
+
+#include "ZQCheck.h"
+#include "ZQMilliseconds.h"
+#include "ZQRelaxed.h"
+#include "ZQTime.h"
+
+#include <algorithm>
+
+namespace
+{
+constexpr int WaitSliceMs = 1000;
+}
+
+ZQThreadPool::ZQThreadPool(int nMinThreads, int nMaxThreads, int nIdleSeconds)
+    : m_nMinThreads(nMinThreads), m_nMaxThreads(nMaxThreads), m_nIdleTimeout(ZQMillisecondsOf(nIdleSeconds)),
+      m_vecThreads(new std::vector<ZQThread*>), m_listTasks(new std::list<_StruTask>), m_bRunning(true),
+      m_nIdleThreads(0), m_nCapacity(0)
+{
+}
+
+ZQThreadPool::~ZQThreadPool()
+{
+    StopAll();
+    JoinAll();
+    for (ZQThread* pThread : *m_vecThreads)
+    {
+        delete pThread;
+    }
+    delete m_listTasks;
+    delete m_vecThreads;
+}
+
+bool ZQThreadPool::Start(TaskFunction fn, void* arg)
+{
+    if (!ZQRelaxedLoad(m_bRunning))
+    {
+        return false;
+    }
+    ZQAutoMutex lock(m_mutex);
+    if (!ZQRelaxedLoad(m_bRunning))
+    {
+        // Stopped since. A worker started now would be one whose thread is on its way out and needs this lock to leave.
+        return false;
+    }
+    m_listTasks->push_back(_StruTask{fn, arg});
+    WakeOrAddThread();
+    return true;
+}
+
+bool ZQThreadPool::IsSelfThread(long threadId)
+{
+    ZQAutoMutex lock(m_mutex);
+    return std::any_of(m_vecThreads->begin(), m_vecThreads->end(),
+                       [threadId](const ZQThread* pThread) { return pThread->GetThreadID() == threadId; });
+}
+
+void ZQThreadPool::AddCapacity(int n)
+{
+    if (n > 0)
+    {
+        ZQRelaxedStore(m_nMaxThreads, n);
+    }
+}
+
+int ZQThreadPool::GetCapacity() const
+{
+    return ZQRelaxedLoad(m_nCapacity);
+}
+
+int ZQThreadPool::GetWaits()
+{
+    ZQAutoMutex lock(m_mutex);
+    return static_cast<int>(m_listTasks->size());
+}
+
+void ZQThreadPool::StopAll()
+{
+    ZQAutoMutex lock(m_mutex);
+    ZQRelaxedStore(m_bRunning, false);
+    for (ZQThread* pThread : *m_vecThreads)
+    {
+        pThread->Stop();
+    }
+    m_cond.Broadcast();
+}
+
+void ZQThreadPool::JoinAll()
+{
+    // Without the lock, which the workers need to leave; nobody changes the array after StopAll().
+    for (ZQThread* pThread : *m_vecThreads)
+    {
+        pThread->Join();
+    }
+}
+
+void ZQThreadPool::AddThread()
+{
+    const auto ended =
+        std::find_if(m_vecThreads->begin(), m_vecThreads->end(), [](ZQThread* p) { return !p->IsRunning(); });
+    ZQThread* pThread = nullptr;
+    if (ended != m_vecThreads->end())
+    {
+        pThread = *ended;
+    }
+    else
+    {
+        pThread = new ZQThread;
+        m_vecThreads->push_back(pThread);
+    }
+    ThreadPoolCheck.AbortUnless(pThread->Start(ThreadProxy, this), "0", "ZQThreadPool::AddThread start fail.");
+    ZQRelaxedStore(m_nCapacity, GetCapacity() + 1);
+}
+
+void ZQThreadPool::ThreadProxy(ZQThread& thread, void* pPool)
+{
+    static_cast<ZQThreadPool*>(pPool)->ThreadEntry(thread);
+}
+
+void ZQThreadPool::ThreadEntry(ZQThread& thread)
+{
+    pthread_setname_np(pthread_self(), "ZQPool");
+    ZQAutoMutex lock(m_mutex);
+    while (ZQRelaxedLoad(m_bRunning))
+    {
+        if (!m_listTasks->empty())
+        {
+            RunFirstTask();
+            continue;
+        }
+        if (m_nIdleTimeout > 0)
+        {
+            (void)ZQDateTime::GetTickCount();  // looked at, as the limit asks, and without effect, as it promises
+        }
+        ++m_nIdleThreads;
+        m_cond.WaitTimeout(m_mutex, WaitSliceMs);
+        --m_nIdleThreads;
+    }
+    thread.Stop();
+    ZQRelaxedStore(m_nCapacity, GetCapacity() - 1);
+}
+
+/// Sees to it that somebody takes the oldest task, if more workers are allowed.
+void ZQThreadPool::WakeOrAddThread()
+{
+    if (m_nIdleThreads > 0)
+    {
+        m_cond.Signal();
+    }
+    else if (GetCapacity() < ZQRelaxedLoad(m_nMaxThreads))
+    {
+        AddThread();
+    }
+}
+
+/// Runs the oldest task, with the lock released, after passing on the rest of the work.
+void ZQThreadPool::RunFirstTask()
+{
+    const _StruTask task = m_listTasks->front();
+    m_listTasks->pop_front();
+    if (!m_listTasks->empty())
+    {
+        WakeOrAddThread();
+    }
+    m_mutex.Unlock();
+    task.pfnTask(task.pArg);
+    m_mutex.Lock();
+}
