@@ -1,0 +1,150 @@
+#include "ZQTimerGlobal.h"
+
+#include "ZQCheck.h"
+#include "ZQOSApi.h"
+#include "ZQRelaxed.h"
+
+#include <new>
+
+namespace
+{
+constexpr int DefaultIntervalMs = 10;
+constexpr int StopPollMs = 10;
+constexpr int RunCallbackLine = 1532;  // the line that the documented report of two runs at once names
+}  // namespace
+
+ZQTimer::_StruShared::_StruShared(ZQTimer* pTimer)
+    : nRef(1), bRunning(false), lThreadID(0), _nOnlyOne(0), node{&node, &node, pTimer}
+{
+}
+
+bool ZQTimer::_StruShared::BeginRun()
+{
+    ZQAutoMutex lock(mutex);
+    if (ZQRelaxedLoad(bRunning))
+    {
+        return false;
+    }
+    ZQRelaxedStore(bRunning, true);
+    return true;
+}
+
+void ZQTimer::_StruShared::EndRun()
+{
+    ZQAutoMutex lock(mutex);
+    ZQReleaseStore(bRunning, false);
+}
+
+void ZQTimer::_StruShared::Release()
+{
+    if (ZQAtomicDec(&nRef) == 0)
+    {
+        ZxxListInner<ZQTimer*>::detach(&node);
+        delete this;
+    }
+}
+
+bool ZQTimer::ModuleInit(int nThreads)
+{
+    return s_csTimerGlobal.Init(nThreads);
+}
+
+void ZQTimer::ModuleUninit()
+{
+    s_csTimerGlobal.Uninit();
+}
+
+ZQTimer::ZQTimer(long id)
+    : m_lTimerID(id), m_bStarted(false), m_nInterval(DefaultIntervalMs), m_pCallback(nullptr), m_pUser(nullptr),
+      m_pShared(new (std::nothrow) _StruShared(this))
+{
+}
+
+ZQTimer::~ZQTimer()
+{
+    Stop(true);
+    if (m_pShared != nullptr)
+    {
+        m_pShared->node.data = nullptr;
+        m_pShared->Release();
+    }
+}
+
+bool ZQTimer::Init(int intervalMs, Callback callback, void* user)
+{
+    ZQAutoMutex lock(m_mutex);
+    if (callback == nullptr || intervalMs < 0 || m_pCallback != nullptr || m_pShared == nullptr)
+    {
+        return false;
+    }
+    m_nInterval = intervalMs;
+    m_pCallback = callback;
+    m_pUser = user;
+    return true;
+}
+
+bool ZQTimer::Start(bool fireNow)
+{
+    ZQAutoMutex lock(m_mutex);
+    if (m_pCallback == nullptr)
+    {
+        return false;
+    }
+    if (m_bStarted)
+    {
+        return true;
+    }
+    if (fireNow)
+    {
+        m_meter.Reset(0);
+    }
+    else
+    {
+        m_meter.Reset();
+    }
+    m_bStarted = true;
+    s_csTimerGlobal.Insert(this);
+    return true;
+}
+
+void ZQTimer::Stop(bool wait)
+{
+    {
+        ZQAutoMutex lock(m_mutex);
+        if (!m_bStarted)
+        {
+            return;
+        }
+        s_csTimerGlobal.Withdraw(this);
+        m_bStarted = false;
+    }
+    if (!wait || ZQRelaxedLoad(m_pShared->lThreadID) == ZQThread::GetCurrentThreadID())
+    {
+        return;
+    }
+    // With acquire: the caller may free what the callback has used as soon as this returns.
+    while (ZQAcquireLoad(m_pShared->bRunning) && s_csTimerGlobal.IsUp())
+    {
+        ZQSleep(StopPollMs);
+    }
+}
+
+long ZQTimer::GetTimerID() const
+{
+    return m_lTimerID;
+}
+
+void ZQTimer::RunCallback()
+{
+    _StruShared* p = m_pShared;
+    ZQAtomicInc(&p->nRef);
+    const long nRuns = ZQAtomicInc(&p->_nOnlyOne);
+    TimeCheck.CrashUnless(nRuns == 1, "1==ZQAtomicInc(p->_nOnlyOne)", RunCallbackLine);
+    ZQRelaxedStore(p->lThreadID, ZQThread::GetCurrentThreadID());
+    m_pCallback(*this, m_pUser);
+    // The timer may be gone: nothing below touches it.
+    ZQRelaxedStore(p->lThreadID, 0L);
+    ZQAtomicDec(&p->_nOnlyOne);
+    p->EndRun();
+    p->Release();
+}

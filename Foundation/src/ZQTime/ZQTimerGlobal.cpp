@@ -1,0 +1,180 @@
+#include "ZQTimerGlobal.h"
+
+#include "ZQCheck.h"
+#include "ZQOSApi.h"
+
+namespace
+{
+constexpr int ScanMs = 5;
+constexpr int PoolMinThreads = 1;
+constexpr int PoolIdleSeconds = 120;
+constexpr int UninitLine = 1295;  // the line that the documented report of one ModuleUninit() too many names
+}  // namespace
+
+ZQTimerGlobal::ZQTimerGlobal() : m_pPool(nullptr), m_nInit(0)
+{
+    m_lstDue.set_node_functions(_CallocListMangerNode, _FreeListMangerNode, nullptr);
+}
+
+ZQTimerGlobal::~ZQTimerGlobal()
+{
+    StopThreads();
+    ZQAutoMutex lock(m_mutex);
+    DropDue();
+}
+
+bool ZQTimerGlobal::Init(int nThreads)
+{
+    ZQAutoMutex module(m_mutexModule);
+    if (ZQAtomicInc(&m_nInit) > 1)
+    {
+        return true;
+    }
+    if (nThreads < 1)
+    {
+        nThreads = 2 * ZQGetCPUProcessorNumber() + 3;
+    }
+    m_pPool = new ZQThreadPool(PoolMinThreads, nThreads, PoolIdleSeconds);
+    if (m_thread.Start(ThreadProxy, this))
+    {
+        return true;
+    }
+    ZQAtomicDec(&m_nInit);
+    delete m_pPool;
+    m_pPool = nullptr;
+    return false;
+}
+
+void ZQTimerGlobal::Uninit()
+{
+    ZQAutoMutex module(m_mutexModule);
+    const long v = ZQAtomicDec(&m_nInit);
+    TimeCheck.CrashUnless(v >= 0, "v>=0", UninitLine);
+    if (v > 0)
+    {
+        return;
+    }
+    StopThreads();
+    ZQAutoMutex lock(m_mutex);
+    m_setTimers.clear();
+    DropDue();
+}
+
+bool ZQTimerGlobal::IsUp() const
+{
+    return ZQAtomicGet(&m_nInit) >= 1;
+}
+
+void ZQTimerGlobal::Insert(ZQTimer* pTimer)
+{
+    ZQAutoMutex lock(m_mutex);
+    m_setTimers.insert(pTimer);
+}
+
+void ZQTimerGlobal::Withdraw(ZQTimer* pTimer)
+{
+    ZQAutoMutex lock(m_mutex);
+    m_setTimers.erase(pTimer);
+    DueNode* pNode = &pTimer->m_pShared->node;
+    if (m_lstDue.linked(pNode))
+    {
+        pTimer->m_pShared->EndRun();
+        m_lstDue.unlink(pNode);
+    }
+}
+
+void ZQTimerGlobal::ThreadProxy(ZQThread& thread, void* pGlobal)
+{
+    pthread_setname_np(pthread_self(), "ZQTimer");
+    ZQTimerGlobal* pThis = static_cast<ZQTimerGlobal*>(pGlobal);
+    if (thread.TestExit())
+    {
+        return;
+    }
+    do
+    {
+        if (!pThis->IsUp())
+        {
+            return;
+        }
+        pThis->Scan();
+        ZQSleep(ScanMs);
+    } while (!thread.TestExit());
+}
+
+void ZQTimerGlobal::ThreadPoolProxy(void* pGlobal)
+{
+    ZQTimer* pTimer = static_cast<ZQTimerGlobal*>(pGlobal)->TakeDue();
+    if (pTimer != nullptr)
+    {
+        pTimer->RunCallback();
+    }
+}
+
+ZQTimerGlobal::DueNode* ZQTimerGlobal::_CallocListMangerNode(void*)
+{
+    return nullptr;  // the timers bring their nodes
+}
+
+void ZQTimerGlobal::_FreeListMangerNode(DueNode*, void*)
+{
+}
+
+/// Hands out every timer that is due. What the timers' own locks guard is read without them: it changes only while a timer is
+/// not in the set.
+void ZQTimerGlobal::Scan()
+{
+    ZQAutoMutex lock(m_mutex);
+    for (ZQTimer* pTimer : m_setTimers)
+    {
+        if (!m_lstDue.linked(&pTimer->m_pShared->node) && pTimer->m_bStarted &&
+            pTimer->m_meter.GetElapsed() >= static_cast<unsigned long>(pTimer->m_nInterval) &&
+            pTimer->m_pShared->BeginRun())
+        {
+            HandOut(pTimer);
+        }
+    }
+}
+
+void ZQTimerGlobal::HandOut(ZQTimer* pTimer)
+{
+    DueNode* pNode = &pTimer->m_pShared->node;
+    m_lstDue.link_front(pNode);
+    pTimer->m_meter.Reset();  // the interval counts from here, not from the end of the callback
+    if (!m_pPool->Start(ThreadPoolProxy, this))
+    {
+        pTimer->m_pShared->EndRun();
+        m_lstDue.detach(pNode);  // the count stays; nothing here goes by it
+    }
+}
+
+/// The timer that was handed out first, or null if its run was taken back.
+ZQTimer* ZQTimerGlobal::TakeDue()
+{
+    ZQAutoMutex lock(m_mutex);
+    DueNode* pNode = m_lstDue.back_node();
+    if (pNode == nullptr)
+    {
+        return nullptr;
+    }
+    m_lstDue.unlink(pNode);
+    // From here to the reference that RunCallback() takes, the mark bRunning keeps the timer: whoever destroys it waits.
+    return pNode->data;
+}
+
+void ZQTimerGlobal::StopThreads()
+{
+    m_thread.Stop();
+    m_thread.Join();
+    delete m_pPool;  // waits for running callbacks
+    m_pPool = nullptr;
+}
+
+void ZQTimerGlobal::DropDue()
+{
+    for (auto it = m_lstDue.begin(); it != m_lstDue.end(); ++it)
+    {
+        (*it)->m_pShared->EndRun();
+    }
+    m_lstDue.clear();
+}
