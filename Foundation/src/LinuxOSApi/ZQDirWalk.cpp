@@ -15,7 +15,7 @@ class DirReader
 {
 public:
     /// Opens @p dir, not null; IsOpen() tells whether that went well, else `errno` tells why.
-    explicit DirReader(const char* dir) : m_pDir(opendir(dir)), m_pEntry(nullptr), m_strDir(dir), m_bCut(false)
+    explicit DirReader(const char* dir) : m_strDir(dir), m_pDir(opendir(dir)), m_pEntry(nullptr), m_bCut(false)
     {
         ZQTrimSeparators(m_strDir);
     }
@@ -68,9 +68,9 @@ public:
 private:
     static constexpr int PathLimit = 1023;
 
+    std::string m_strDir;  // before the stream, so that no allocation comes between opendir and the reading of errno
     DIR* m_pDir;
     dirent* m_pEntry;
-    std::string m_strDir;
     bool m_bCut;
     char m_szPath[PathLimit + 1];
 };
