@@ -78,9 +78,10 @@ extern "C"
     /// @{
 
     /// Sleeps.
-    /// @param milliseconds  from 1000 on, a rest beyond whole seconds is slept 5 ms short, and one of up to 5 ms not at all; a
-    ///                      sleep of whole seconds goes on after a signal, one below a second ends with it. Not for negative
-    ///                      values: they are taken as a large unsigned number of microseconds, an hour or so.
+    /// @param milliseconds  from 1000 on, a rest beyond whole seconds is slept 5 ms short, and one of up to 5 ms not at all. Not
+    ///                      for negative values: they are taken as a large unsigned number of microseconds, up to 71 minutes.
+    ///
+    /// A signal ends a sleep of less than a second. Whole seconds are slept on with, as many as `sleep(3)` tells are left.
     /// Over `usleep(3)` and `sleep(3)`.
     ZQ_API void ZQSleep(int milliseconds);
     /// Lets another thread run. @return 0, as `sched_yield(2)`
@@ -93,8 +94,8 @@ extern "C"
     /// @{
 
     /// Makes one directory with mode 0777 less the process's umask. Separators at the end of @p path are ignored.
-    /// @return 0, also when something of that name exists already, a directory or not; -6 null or nothing but "" or one
-    ///         separator; -1 any other failure. Over `mkdir(2)`.
+    /// @return 0, also when something of that name exists already, a directory or not; -6 null, empty or a single separator;
+    ///         -1 any other failure. Over `mkdir(2)`.
     ZQ_API int ZQMakeDir(const char* path);
     /// Makes a directory and what is missing above it.
     ///
@@ -102,32 +103,39 @@ extern "C"
     /// when that fails are both separators taken for separators.
     /// @return 0; -6 null, empty or "/"; -1 any other failure
     ZQ_API int ZQRecursiveMakeDir(const char* path);
-    /// Removes an empty directory. @return 0, also when it does not exist; -1 any other failure. Over `rmdir(2)`.
+    /// Removes an empty directory. @return 0, also when it does not exist; -1 any other failure, a null path among them. Over
+    /// `rmdir(2)`.
     ZQ_API int ZQRemoveDir(const char* path);
-    /// Removes a file or an empty directory. @return 0; -3 not found; -6 null; -1 any other failure. Over `remove(3)`.
+    /// Removes a file or an empty directory. @return 0; -3 not found; -6 null or invalid, as a "." at the end is; -1 any other
+    /// failure. Over `remove(3)`.
     ZQ_API int ZQRemove(const char* path);
     /// Removes a directory with all files and directories in it. Other entries, symbolic links among them, are neither followed
-    /// nor removed: a tree that holds one keeps it and the directories above it. What was removed before a failure stays
-    /// removed.
+    /// nor removed: a tree that holds one keeps it and the directories above it. Only @p path itself is followed: of a link to a
+    /// directory, the directory is emptied and both stay. What was removed before a failure stays removed.
     /// @return 0; -3 not found; -5 something in it could not be removed, or has a path of more than 1022 bytes; -6 null or
-    ///         empty; -7 the directory could not be read; -1 the directory itself could not be removed
+    ///         empty; -7 the directory could not be opened; -1 the directory itself could not be removed
     ZQ_API int ZQForcedRemoveDir(const char* path);
     /// @}
 
     /// @name Walking
     /// A walk goes over the entries of one directory, "." and ".." left out, in the order of `readdir(3)`, without descending.
-    /// It holds no lock while it calls @p cb, which may remove the entry that it is given. Paths of more than 1022 bytes are
-    /// cut off without notice.
+    /// It holds no lock while it calls its callback, which may remove the entry that it is given.
+    ///
+    /// Separators at the end of the directory are left off the paths of its entries; "/" alone gives "/name". Do not end it in
+    /// a "\\": to the system that is a part of its name, which the paths of the entries then lack.
     /// @{
 
-    /// Calls @p cb for each entry of a directory. Symbolic links are not followed and have type 0.
-    /// @param dir   separators at its end are ignored
+    /// Calls @p cb for each entry of a directory. Symbolic links are not followed and have type 0. Paths of more than 1022 bytes
+    /// are cut off without notice: such an entry has the type of what the rest leads to. Where that is nothing, it is passed
+    /// over, but for a symbolic link, which then has type 1.
+    /// @param dir   the directory
     /// @param cb    not null
     /// @param user  handed to @p cb as it is
     /// @return 0 at the end; -3 not found; -5 stopped by @p cb; -6 @p dir is null or empty; -7 another error
     ZQ_API int ZQFetchDir(const char* dir, ZQFetchDirCallBack cb, void* user);
     /// Calls @p cb for each entry of a directory that is an empty folder by ZQIsFolderEmpty(). The type is not told: it is 0.
-    /// @param dir   separators at its end are ignored
+    /// Entries with a path of more than 1022 bytes are passed over.
+    /// @param dir   the directory
     /// @param cb    not null
     /// @param user  handed to @p cb as it is
     /// @return 0 at the end; -3 not found or empty; -5 stopped by @p cb; -6 @p dir is null; -7 another error
@@ -138,20 +146,20 @@ extern "C"
     /// @}
 
     /// @name Facts about a path
-    /// Symbolic links are followed; a link that leads nowhere is looked at itself, where nothing else is said. Over `stat(2)`
-    /// and `lstat(2)`.
+    /// Symbolic links are followed; a link that cannot be is looked at itself, where nothing else is said. Over `stat(2)` and
+    /// `lstat(2)`.
     /// @{
 
     /// @return 0 a directory; -1 something else; -3 not found; -6 invalid; -7 another error, a null path among them
     ZQ_API int ZQIsFolder(const char* path);
-    /// @return 0 a regular file; -1 something else, a link that leads nowhere among it; -3 not found; -6 invalid; -7 another
-    ///         error, a null path among them
+    /// @return 0 a regular file; -1 something else, a link that cannot be followed among it; -3 not found; -6 invalid; -7
+    ///         another error, a null path among them
     ZQ_API int ZQIsFile(const char* path);
     /// Whether there is an entry of that name; a symbolic link is one wherever it leads.
     /// @return 0 there is; -3 there is not; -6 null or invalid; -7 another error
     ZQ_API int ZQIsFileExist(const char* path);
     /// Reads the time of the last modification and the size.
-    /// @param path   not null
+    /// @param path   the file, or anything else that there is
     /// @param mtime  receives whole seconds since 1970-01-01 UTC; may be null
     /// @param size   receives bytes; may be null
     /// @return 0; -3 not found; -6 null or invalid; -1 another error: then nothing is written

@@ -5,7 +5,7 @@
 
 namespace
 {
-/// What @p path leads to or, if it is a link that leads nowhere, the link itself.
+/// What @p path leads to or, if it is a link that cannot be followed, the link itself.
 /// @param dangling  receives whether it is one; may be null
 /// @return `false` with `errno` if there is neither
 bool ReadStatus(const char* path, struct stat& status, bool* dangling = nullptr)
