@@ -1,7 +1,17 @@
 #include "ZQOSApi.h"
 
-// The __sync built-ins are full barriers on every processor. The __atomic ones are not, even sequentially consistent: on
-// arm64 a later access may move up between the load and the store of such an operation.
+namespace
+{
+// GCC's __sync built-ins are full barriers on every processor. Its __atomic ones are not, even sequentially consistent, and
+// neither are Clang's __sync ones: on arm64 a later access may move up between the load and the store of such an operation.
+template <typename Value> inline Value Fenced(Value value)
+{
+#if defined(__clang__) && defined(__aarch64__)
+    __sync_synchronize();
+#endif
+    return value;
+}
+}  // namespace
 
 void ZQAtomicSet(volatile long* cell, long value)
 {
@@ -16,27 +26,27 @@ long ZQAtomicGet(const volatile long* cell)
 
 long ZQAtomicInc(volatile long* cell)
 {
-    return __sync_add_and_fetch(cell, 1);
+    return Fenced(__sync_add_and_fetch(cell, 1));
 }
 
 long ZQAtomicDec(volatile long* cell)
 {
-    return __sync_sub_and_fetch(cell, 1);
+    return Fenced(__sync_sub_and_fetch(cell, 1));
 }
 
 long ZQAtomicAnd(volatile long* cell, long mask)
 {
-    return __sync_fetch_and_and(cell, mask);
+    return Fenced(__sync_fetch_and_and(cell, mask));
 }
 
 long ZQAtomicOr(volatile long* cell, long mask)
 {
-    return __sync_fetch_and_or(cell, mask);
+    return Fenced(__sync_fetch_and_or(cell, mask));
 }
 
 bool ZQAtomicCompareExchange(volatile long* cell, long expected, long desired)
 {
-    return __sync_bool_compare_and_swap(cell, expected, desired);
+    return Fenced(__sync_bool_compare_and_swap(cell, expected, desired));
 }
 
 void ZQAtomicPointerSet(void* volatile* cell, void* value)
@@ -47,5 +57,5 @@ void ZQAtomicPointerSet(void* volatile* cell, void* value)
 
 bool ZQAtomicCompareExchangePointer(void* volatile* cell, void* expected, void* desired)
 {
-    return __sync_bool_compare_and_swap(cell, expected, desired);
+    return Fenced(__sync_bool_compare_and_swap(cell, expected, desired));
 }
