@@ -17,7 +17,7 @@
 /// | -7     | another error of the system                                 |
 ///
 /// `errno` is left as the failing system call set it. Paths end in a null character; where a function takes a path apart,
-/// both the slash and the backslash separate its parts.
+/// both slashes and backslashes separate its parts.
 ///
 /// Threads: every function may be called from any thread; none keeps state between calls. The functions on files print
 /// nothing.
@@ -122,7 +122,7 @@ extern "C"
     /// It holds no lock while it calls its callback, which may remove the entry that it is given.
     ///
     /// Separators at the end of the directory are left off the paths of its entries; "/" alone gives "/name". Do not end it in
-    /// a "\\": to the system that is a part of its name, which the paths of the entries then lack.
+    /// a backslash: to the system that is a part of its name, which the paths of the entries then lack.
     /// @{
 
     /// Calls @p cb for each entry of a directory. Symbolic links are not followed and have type 0. Paths of more than 1022 bytes
