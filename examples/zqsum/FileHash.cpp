@@ -13,7 +13,9 @@ constexpr size_t BufferSize = 128 * 1024;
 class OpenFile
 {
 public:
-    OpenFile(const char* path, bool bFollow) : m_fd(open(path, O_RDONLY | O_CLOEXEC | (bFollow ? 0 : O_NOFOLLOW)))
+    /// Without waiting, which some files of the kernel that pass for regular ones would do for ever.
+    OpenFile(const char* path, bool bFollow)
+        : m_fd(open(path, O_RDONLY | O_CLOEXEC | O_NONBLOCK | (bFollow ? 0 : O_NOFOLLOW)))
     {
     }
     ~OpenFile()
