@@ -6,6 +6,7 @@
 
 #include "ZQMutex.h"
 #include "ZQOSApi.h"
+#include "ZQRefCountedObject.h"
 #include "ZQThreadPool.h"
 #include "ZQTime.h"
 #include "ZxxList.h"
