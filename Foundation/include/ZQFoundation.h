@@ -4,6 +4,7 @@
 /// @file
 /// Everything that the library offers, in one include, and its version.
 
+#include "ZQMemoryPool.h"
 #include "ZQMutex.h"
 #include "ZQOSApi.h"
 #include "ZQRefCountedObject.h"

@@ -35,6 +35,7 @@ private:
     const char* m_pszModule;
 };
 
+constexpr ZQCheck MemoryPoolCheck("Foundation/src/ZQMemoryPool");
 constexpr ZQCheck MutexCheck("Foundation/src/ZQMutex");
 constexpr ZQCheck ThreadPoolCheck("Foundation/src/ZQThreadPool");
 constexpr ZQCheck TimeCheck("Foundation/src/ZQTime");

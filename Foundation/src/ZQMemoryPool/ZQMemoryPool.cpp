@@ -1,0 +1,215 @@
+#include "ZQMemoryPool.h"
+
+#include "ZQCheck.h"
+#include "ZQMemoryPoolChunk.h"
+
+#include <algorithm>
+#include <climits>
+#include <cstdlib>
+#include <new>
+#include <vector>
+
+namespace
+{
+constexpr unsigned int DefaultNextCount = 32;
+constexpr unsigned int MaxChunkSlices = USHRT_MAX;  // a chunk counts its slices in 16 bits
+
+/// Bytes from one slice to the next; 0 if 32 bits do not hold them.
+unsigned int UnitOf(std::size_t sliceSize)
+{
+    constexpr std::size_t Alignment = ZQMemoryPoolSliceHeader;
+    const std::size_t unit = (sliceSize + Alignment - 1) / Alignment * Alignment + ZQMemoryPoolSliceHeader;
+    return unit <= UINT_MAX ? static_cast<unsigned int>(unit) : 0;
+}
+}  // namespace
+
+ZQMemoryPool::ZQMemoryPool(unsigned int sliceSize, unsigned int nextCount, unsigned int maxCount, bool ordered)
+    : m_nUnit(UnitOf(sliceSize)), m_nSliceSize(sliceSize), m_nNextCount(nextCount != 0 ? nextCount : DefaultNextCount),
+      m_nMaxCount(maxCount != 0 ? std::max(maxCount, nextCount) : 0), m_bOrdered(ordered), m_nTotal(0), m_nFree(0),
+      m_pFreeChunks(nullptr)
+{
+}
+
+ZQMemoryPool::~ZQMemoryPool()
+{
+    for (auto it = m_lstChunks.begin(); it != m_lstChunks.end(); ++it)
+    {
+        std::free(*it);
+    }
+}
+
+void* ZQMemoryPool::Malloc(unsigned short n)
+{
+    if (n == 0 || m_nUnit == 0)
+    {
+        return nullptr;
+    }
+    if (m_nFree >= n)
+    {
+        if (void* const memory = MallocN(n))
+        {
+            return memory;
+        }
+    }
+    if (m_nMaxCount != 0 && m_nTotal >= m_nMaxCount)
+    {
+        return nullptr;
+    }
+    const unsigned int count = std::max<unsigned int>(n, std::min(m_nNextCount, MaxChunkSlices));
+    return CallocNext(count) != nullptr ? TakeFrom(&m_pFreeChunks, n) : nullptr;  // a new chunk is the first one
+}
+
+void* ZQMemoryPool::MallocEx(unsigned int bytes)
+{
+    if (bytes <= m_nSliceSize)
+    {
+        return Malloc(1);
+    }
+    if (m_nSliceSize == 0)
+    {
+        return nullptr;
+    }
+    const unsigned int slices = (bytes - 1) / m_nSliceSize + 1;
+    return slices <= MaxChunkSlices ? Malloc(static_cast<unsigned short>(slices)) : nullptr;
+}
+
+/// Allocates @p n adjacent slices of the chunks that there are; null if none serves.
+void* ZQMemoryPool::MallocN(unsigned short n)
+{
+    for (_StruChunk** link = &m_pFreeChunks; *link != nullptr; link = &(*link)->pNext)
+    {
+        void* const memory = (*link)->nFrees >= n ? TakeFrom(link, n) : nullptr;
+        if (memory != nullptr)
+        {
+            return memory;
+        }
+    }
+    return nullptr;
+}
+
+/// Allocates @p n adjacent slices of the chunk that @p link names, and takes the chunk off the list when it is full.
+void* ZQMemoryPool::TakeFrom(_StruChunk** link, unsigned short n)
+{
+    _StruChunk* const chunk = *link;
+    void* const memory = ChunckMallocSliceN(chunk, n);
+    if (chunk->nFrees == 0)
+    {
+        _StruChunk::Unlist(link);
+    }
+    return memory;
+}
+
+/// Adds a chunk of free slices; null without memory.
+ZQMemoryPool::_StruChunk* ZQMemoryPool::CallocNext(unsigned int count)
+{
+    if (count > UINT_MAX - m_nTotal)
+    {
+        return nullptr;  // what the pool cannot count, it does not have
+    }
+    void* const block = std::malloc(static_cast<std::size_t>(count) * m_nUnit + ZQMemoryPoolChunkExtra);
+    if (block == nullptr)
+    {
+        return nullptr;
+    }
+    _StruChunk* const chunk = new (block) _StruChunk{nullptr, this, nullptr, static_cast<unsigned short>(count), 0, 0};
+    m_lstChunks.push_back(static_cast<char*>(block));
+    AddOrdered(chunk->FirstSlice(), count, chunk);
+    m_nTotal += count;
+    return chunk;
+}
+
+void ZQMemoryPool::Free(void* p)
+{
+    if (p != nullptr)
+    {
+        const _StruBlock* const block = _StruBlock::Of(p);
+        AddOrdered(static_cast<char*>(p) - ZQMemoryPoolSliceHeader, block->nSlices, block->pChunk);
+    }
+}
+
+void ZQMemoryPool::FreeAny(void* p)
+{
+    if (p != nullptr)
+    {
+        _StruBlock::Of(p)->pChunk->pPool->Free(p);
+    }
+}
+
+void ZQMemoryPool::ShrinkMemory(unsigned int keep)
+{
+    // The slices that are free beside blocks in use stay in any case, so they count first, in whatever chunk they are.
+    std::vector<ZxxListInner<char*>::iterator> unused;
+    for (auto it = m_lstChunks.begin(); it != m_lstChunks.end(); ++it)
+    {
+        const _StruChunk* const chunk = _StruChunk::At(*it);
+        if (chunk->nFrees == chunk->nPartition)
+        {
+            unused.push_back(it);
+        }
+        else
+        {
+            keep -= std::min<unsigned int>(keep, chunk->nFrees);
+        }
+    }
+    for (const auto& it : unused)
+    {
+        _StruChunk* const chunk = _StruChunk::At(*it);
+        if (keep > 0)
+        {
+            keep -= std::min<unsigned int>(keep, chunk->nFrees);
+        }
+        else
+        {
+            m_lstChunks.erase(it);
+            FreeChunk(chunk);
+        }
+    }
+}
+
+/// Gives a chunk without blocks back to the system.
+void ZQMemoryPool::FreeChunk(_StruChunk* chunk)
+{
+    m_nFree -= chunk->nFrees;
+    m_nTotal -= chunk->nPartition;
+    _StruChunk** link = &m_pFreeChunks;
+    while (*link != nullptr && *link != chunk)
+    {
+        link = &(*link)->pNext;
+    }
+    MemoryPoolCheck.CrashUnless(*link != nullptr, "prev", 132);
+    _StruChunk::Unlist(link);
+    std::free(chunk);
+}
+
+unsigned int ZQMemoryPool::GetSliceSize() const
+{
+    return m_nSliceSize;
+}
+
+unsigned int ZQMemoryPool::GetNextCount() const
+{
+    return m_nNextCount;
+}
+
+unsigned int ZQMemoryPool::GetMaxCount() const
+{
+    return m_nMaxCount;
+}
+
+unsigned int ZQMemoryPool::GetFreeCount() const
+{
+    return m_nFree;
+}
+
+unsigned int ZQMemoryPool::GetTotalCount() const
+{
+    return m_nTotal;
+}
+
+void ZQMemoryPool::SetMaxCount(unsigned int n)
+{
+    if (n > m_nNextCount)
+    {
+        m_nMaxCount = n;
+    }
+}

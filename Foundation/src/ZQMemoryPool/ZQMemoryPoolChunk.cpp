@@ -1,0 +1,132 @@
+#include "ZQMemoryPoolChunk.h"
+
+#include "ZQCheck.h"
+
+#include <cassert>
+#include <cstdint>
+#include <new>
+
+// Headers are made by placement new each time a slice is freed or allocated, so that memory which the caller wrote in
+// between is never read as one.
+
+const ZQMemoryPool::_StruBlock* ZQMemoryPool::_StruBlock::Of(const void* memory)
+{
+    static_assert(sizeof(_StruBlock) == ZQMemoryPoolSliceHeader, "a block's header fills what is reserved for it");
+    return std::launder(
+        reinterpret_cast<const _StruBlock*>(static_cast<const char*>(memory) - ZQMemoryPoolSliceHeader));
+}
+
+void* ZQMemoryPool::_StruBlock::Memory()
+{
+    return reinterpret_cast<char*>(this) + ZQMemoryPoolSliceHeader;
+}
+
+ZQMemoryPool::_StruChunk* ZQMemoryPool::_StruChunk::At(char* address)
+{
+    return std::launder(reinterpret_cast<_StruChunk*>(address));
+}
+
+void* ZQMemoryPool::_StruChunk::FirstSlice()
+{
+    static_assert(sizeof(_StruChunk) == 32, "the header is a multiple of the alignment");
+    char* end = reinterpret_cast<char*>(this) + sizeof(_StruChunk);
+    return end + (0 - reinterpret_cast<std::uintptr_t>(end)) % ZQMemoryPoolSliceHeader;
+}
+
+void ZQMemoryPool::_StruChunk::Unlist(_StruChunk** link)
+{
+    _StruChunk* chunk = *link;
+    *link = chunk->pNext;
+    chunk->pNext = nullptr;
+}
+
+/// Makes a chain of @p n slices from @p p on, which goes on with @p tail.
+ZQMemoryPool::_StruFreeSlice* ZQMemoryPool::Segregate(void* p, unsigned int n, _StruFreeSlice* tail) const
+{
+    char* slice = static_cast<char*>(p) + static_cast<std::size_t>(n) * m_nUnit;
+    _StruFreeSlice* next = tail;
+    while (slice != p)
+    {
+        slice -= m_nUnit;
+        next = new (slice) _StruFreeSlice{next};
+    }
+    return next;
+}
+
+/// The free slice behind which @p p belongs, or null if that is the start. In a list out of order it is merely some slice;
+/// to look further would cost more than the order is worth there.
+ZQMemoryPool::_StruFreeSlice* ZQMemoryPool::FindPrev(_StruFreeSlice* head, const void* p)
+{
+    if (head == nullptr || p < head)
+    {
+        return nullptr;
+    }
+    _StruFreeSlice* prev = head;
+    while (prev->pNext != nullptr && prev->pNext <= p)
+    {
+        prev = prev->pNext;
+    }
+    return prev;
+}
+
+/// Frees @p n slices from @p p on.
+void ZQMemoryPool::AddOrdered(void* p, unsigned int n, void* chunk)
+{
+    _StruChunk* const owner = static_cast<_StruChunk*>(chunk);
+    const bool listed = owner->pFree != nullptr;
+    _StruFreeSlice* const prev = n == 1 && !m_bOrdered ? nullptr : FindPrev(owner->pFree, p);
+    _StruFreeSlice*& link = prev != nullptr ? prev->pNext : owner->pFree;
+    link = Segregate(p, n, link);
+    if (!listed)
+    {
+        owner->pNext = m_pFreeChunks;
+        m_pFreeChunks = owner;
+    }
+    const unsigned int frees = owner->nFrees + n;  // 16 bits would wrap in the largest chunk
+    if (frees > owner->nPartition)
+    {
+        // Its texts are those of the documented report under every compiler, which assert() would not give.
+        __assert_fail("pCHK->nFrees<=pCHK->nPartition", "Foundation/src/ZQMemoryPool", 334,
+                      "void ZQMemoryPool::AddOrdered(void*, unsigned int, void*)");
+    }
+    owner->nFrees = static_cast<unsigned short>(frees);
+    m_nFree += n;
+}
+
+/// Looks for @p n adjacent slices at the free slice that @p cursor links to.
+/// @return the last one; or null, with @p cursor at the slice that is not adjacent, for no run can start before it
+ZQMemoryPool::_StruFreeSlice* ZQMemoryPool::TryMallocN(_StruFreeSlice**& cursor, unsigned short n) const
+{
+    _StruFreeSlice* last = *cursor;
+    for (unsigned int found = 1; found < n; ++found)
+    {
+        if (reinterpret_cast<char*>(last->pNext) != reinterpret_cast<char*>(last) + m_nUnit)
+        {
+            cursor = &last->pNext;
+            return nullptr;
+        }
+        last = last->pNext;
+    }
+    return last;
+}
+
+/// Allocates the first run of @p n slices in @p chunk; null if there is none.
+void* ZQMemoryPool::ChunckMallocSliceN(_StruChunk* chunk, unsigned short n)
+{
+    _StruFreeSlice** cursor = &chunk->pFree;
+    _StruFreeSlice* last = nullptr;
+    while (last == nullptr)
+    {
+        if (*cursor == nullptr)
+        {
+            return nullptr;
+        }
+        last = TryMallocN(cursor, n);
+    }
+    MemoryPoolCheck.CrashUnless(m_nFree >= n, "m_nFree>=n", 354);
+    _StruFreeSlice* const first = *cursor;
+    *cursor = last->pNext;
+    chunk->nFrees = static_cast<unsigned short>(chunk->nFrees - n);
+    m_nFree -= n;
+    return (new (first) _StruBlock{chunk, n})->Memory();
+}

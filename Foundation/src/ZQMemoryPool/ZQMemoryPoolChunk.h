@@ -1,0 +1,49 @@
+#ifndef ZQMEMORYPOOLCHUNK_H
+#define ZQMEMORYPOOLCHUNK_H
+
+#include "ZQMemoryPool.h"
+
+#include <cstddef>
+
+/// What a slice that is free holds at its start.
+struct ZQMemoryPool::_StruFreeSlice
+{
+    _StruFreeSlice* pNext;  ///< The next free slice of the chunk, or null.
+};
+
+/// What a block in use holds before the caller's bytes.
+struct ZQMemoryPool::_StruBlock
+{
+    _StruChunk* pChunk;      ///< Where the block comes from.
+    unsigned short nSlices;  ///< How many slices it takes.
+
+    /// The header of the block that a caller holds.
+    static const _StruBlock* Of(const void* memory);
+    /// What the caller gets.
+    void* Memory();
+};
+
+/// The start of a chunk, which its slices follow.
+struct ZQMemoryPool::_StruChunk
+{
+    _StruChunk* pNext;  ///< The next one in m_pFreeChunks; null at the end and while not listed.
+    ZQMemoryPool* pPool;
+    _StruFreeSlice* pFree;
+    unsigned short nPartition;  ///< Slices.
+    unsigned short nFrees;      ///< Free slices.
+    unsigned int nReserved;
+
+    /// The chunk at an address that m_lstChunks keeps.
+    static _StruChunk* At(char* address);
+    /// Where the slices start: at the first multiple of 16 behind the header.
+    void* FirstSlice();
+    /// Takes the chunk that @p link names out of its list of chunks.
+    static void Unlist(_StruChunk** link);
+};
+
+/// A chunk's header and the room to align its slices; `malloc` may align to 8 only.
+constexpr std::size_t ZQMemoryPoolChunkExtra = 48;
+/// The bytes at the start of a slice that are the pool's, and the alignment of blocks.
+constexpr std::size_t ZQMemoryPoolSliceHeader = 16;
+
+#endif
