@@ -2,15 +2,23 @@
 #define ZQTIME_H
 
 /// @file
-/// Clocks, elapsed time and timers.
+/// The calendar, clocks, elapsed time and timers.
 ///
-/// Use ZQTimer to have something done again and again, ZQTimeMeter to measure how long something takes, ZQDateTime::GetTickCount() where a bare number is wanted. Both run
-/// on the monotonic clock, which setting the wall clock does not move and which stands still while the machine is
-/// suspended. ZQDateTime::GetEpochMilliseconds() is the wall clock.
+/// | type         | use it for                                                                            |
+/// |--------------|---------------------------------------------------------------------------------------|
+/// | ZQDateTime   | a date and time of day in local time: now, shifted, compared                          |
+/// | ZQTimeMeter  | how long something takes                                                              |
+/// | ZQTimer      | something that has to be done again and again                                         |
+///
+/// Where a bare number is wanted, ZQDateTime::GetTickCount() is the tick that ZQTimeMeter runs on: the monotonic clock,
+/// which setting the wall clock does not move and which stands still while the machine is suspended.
+/// ZQDateTime::GetEpochMilliseconds() is the wall clock.
 ///
 /// @code
 /// ZQTimeMeter meter;
-/// Work();
+/// ZQDateTime due;                                        // now
+/// due.AddDays(14);
+/// std::printf("due at %ld\n", due.GetEpochTime());
 /// std::printf("%lu ms\n", meter.GetElapsed());
 ///
 /// ZQTimer::ModuleInit(0);
@@ -22,12 +30,151 @@
 #include "ZQDefine.h"
 #include "ZQMutex.h"
 
-/// The time of day; for now the clocks alone.
+#include <ctime>
+
+/// A date and time of day in the local time of the process, to the millisecond, with the day of the week.
 ///
-/// Threads: the static functions may be called from any thread.
+/// It keeps the fields as they were given, 30 February too; what instant they name is asked of `mktime(3)` each time. Only
+/// the day of the week always comes from there.
+///
+/// Operations return whether they are done; if not, the value is as before. Nothing throws, ends the process or prints.
+///
+/// Summer: fields are always taken as standard time. In a zone with daylight saving a summer value therefore names an
+/// instant one hour late: GetEpochTime() is an hour too large, each shift by days, hours, seconds or whole seconds of
+/// milliseconds, be it 0 seconds, moves the value an hour on, and SetLocalTime() sets the clock an hour ahead. Values are
+/// compared alike, so their order is that of their fields, but the hour that occurs twice in autumn is not told apart. To be
+/// exact in such a zone, keep instants as `time_t`, calculate with those and show them with SetEpochTime(), which knows
+/// summer.
+///
+/// The zone is that of `tzset(3)`: call that after a change of `TZ`.
+///
+/// Arithmetic on fields and arguments is in 32 bits and wraps.
+///
+/// Threads: an object belongs to one thread at a time. The static functions may be called from any thread. Lifetime: copied
+/// freely; it owns nothing.
 class ZQ_API ZQDateTime
 {
 public:
+    /// The current local time, as by GetLocalTime().
+    ZQDateTime();
+    /// The given fields, as by Assign(); unset if that refuses them.
+    ZQDateTime(int year, int month, int day, int hour, int minute, int second, int millisecond);
+    /// The local time of an instant, as by SetEpochTime(); unset if that refuses it.
+    /// @param epochSeconds  seconds since 1970-01-01 UTC
+    explicit ZQDateTime(const long& epochSeconds);
+    /// Copies all fields.
+    ZQDateTime(const ZQDateTime& other);
+    /// Copies all fields.
+    ZQDateTime& operator=(const ZQDateTime& other);
+    /// Does nothing.
+    ~ZQDateTime();
+
+    /// @name Setting and reading
+    /// @{
+
+    /// Takes the fields as they are given; the day of the week is that of the day they come to: 30 February 2023 is kept and
+    /// has the day of the week of 2 March.
+    /// @param year         1970 to 2999
+    /// @param month        1 to 12
+    /// @param day          1 to 31, in every month
+    /// @param hour         0 to 23
+    /// @param minute       0 to 59
+    /// @param second       0 to 59
+    /// @param millisecond  0 to 999
+    /// @return `false`, with nothing changed, if a field is out of range, `mktime(3)` fails, or the fields name the instant
+    ///         -1, a second before the epoch, which cannot be told from its failure
+    bool Assign(int year, int month, int day, int hour, int minute, int second, int millisecond);
+    /// Whether the day of the week is known and each field in the range of Assign(), but for the month, which may be 0 to 59:
+    /// month 0 is December of the year before, month 13 January of the year after.
+    bool IsValid() const;
+    /// Loads the wall clock, which is right in summer too. @return `false`, with nothing changed, if it cannot be read
+    bool GetLocalTime();
+    /// Sets the system clock to this value, without its milliseconds, and has "hwclock -w" copy it into the hardware clock,
+    /// whatever comes of that. Mind summer, above. Over `settimeofday(2)` and `system(3)`.
+    /// @return `false` if the clock could not be set, usually for want of privilege
+    bool SetLocalTime();
+    /// The instant that the fields name in standard time: seconds since 1970-01-01 UTC, without the milliseconds. Over
+    /// `mktime(3)`.
+    /// @return -1 if it cannot be expressed; a second before the epoch is the same number
+    long GetEpochTime() const;
+    /// The same as GetEpochTime().
+    long Timestamp() const;
+    /// Loads the local time of an instant; the milliseconds become 0. Over `localtime_r(3)`, with summer taken into account.
+    /// @param epochSeconds  seconds since 1970-01-01 UTC; negative ones, -1 too, are fine, but are not valid before 1970
+    /// @return `false`, with nothing changed, if its year cannot be expressed
+    bool SetEpochTime(long epochSeconds);
+    /// Whether the hour is below 12.
+    bool IsAM() const;
+    /// Whether the hour is above 11.
+    bool IsPM() const;
+    /// @}
+
+    /// @name Shifting
+    /// A negative @p n shifts the other way, with these exceptions: for months and milliseconds take the mirror operation
+    /// instead, since they round differently.
+    /// @{
+
+    /// Changes the year alone: 29 February 2024 plus a year is 29 February 2025, with the day of the week of 1 March.
+    /// @return `false`, with nothing changed, outside 1970 to 2999 or where Assign() fails on the instant
+    bool AddYears(int n);
+    /// The mirror of AddYears().
+    bool SubYears(int n);
+    /// Goes @p n months on and cuts the day to the length of the month, February's being 28 in every year.
+    ///
+    /// December comes out as month 0 of the year after, which prints as "00" though it is the right instant; June plus 6
+    /// months is an example, and so is December plus 0. Where that may happen, SubMonths() with `-n` gives month 12 instead.
+    /// Going back with a negative @p n gives month 0 or a negative one, which is invalid: use SubMonths(). No bounds on the year.
+    /// @return `false`, with nothing changed, where Assign() fails on the instant
+    bool AddMonths(int n);
+    /// Goes @p n months back and cuts the day as AddMonths() does. With a negative @p n the month may become 13 to 23, which
+    /// is valid but prints as it is. No bounds on the year.
+    /// @return `false`, with nothing changed, where Assign() fails on the instant
+    bool SubMonths(int n);
+    /// Goes @p n times 86400 seconds on, which makes every field regular: 30 February plus 0 days is a day in March. Mind
+    /// summer, above.
+    /// @param n  at most 24855 either way: more wraps
+    /// @return `false`, with nothing changed, if the year cannot be expressed
+    bool AddDays(int n);
+    /// The mirror of AddDays().
+    bool SubDays(int n);
+    /// Goes @p n times 3600 seconds on, as AddDays().
+    /// @param n  at most 596523 either way: more wraps
+    /// @return `false`, with nothing changed, if the year cannot be expressed
+    bool AddHours(int n);
+    /// The mirror of AddHours().
+    bool SubHours(int n);
+    /// Goes @p n seconds on, as AddDays(). @return `false`, with nothing changed, if the year cannot be expressed
+    bool AddSeconds(int n);
+    /// The mirror of AddSeconds().
+    bool SubSeconds(int n);
+    /// Adds to the milliseconds and carries whole seconds as AddSeconds() does. Without a carry no other field is touched.
+    ///
+    /// With a negative @p n the milliseconds may end up negative, which is invalid: 0 plus -1 is -1. Use SubMilliseconds().
+    /// @return `false`, with nothing changed, if the carry fails
+    bool AddMilliseconds(int n);
+    /// Subtracts from the milliseconds and borrows whole seconds as SubSeconds() does, so that 0 to 999 remain, whatever the
+    /// sign of @p n. Without a borrow no other field is touched.
+    /// @return `false`, with nothing changed, if the borrow fails
+    bool SubMilliseconds(int n);
+    /// @}
+
+    /// @name Comparing
+    /// By GetEpochTime() and the milliseconds; 30 February equals the day in March that it comes to.
+    /// @{
+
+    /// Whether this is earlier.
+    bool operator<(const ZQDateTime& other) const;
+    /// Whether this is later.
+    bool operator>(const ZQDateTime& other) const;
+    /// Whether both name the same millisecond.
+    bool operator==(const ZQDateTime& other) const;
+    /// Whether they do not.
+    bool operator!=(const ZQDateTime& other) const;
+    /// @}
+
+    /// @name Clocks
+    /// @{
+
     /// Milliseconds of the monotonic clock (`CLOCK_MONOTONIC`), from a start that means nothing. Ends the process if the
     /// clock cannot be read.
     static unsigned long GetTickCount();
@@ -38,6 +185,24 @@ public:
     static unsigned int CountElapsed(unsigned int later, unsigned int earlier);
     /// Milliseconds of the wall clock since 1970-01-01 UTC, or -1 if it cannot be read. Over `gettimeofday(2)`.
     static long GetEpochMilliseconds();
+    /// @}
+
+private:
+    void Load(const std::tm& local, int millisecond);
+    bool MoveToYear(int year);
+    bool MoveToMonth(int year, int month);
+    bool MoveToInstant(long epochSeconds);
+    long EpochKey() const;
+
+    int m_nYear = -1;
+    int m_nMonth = -1;
+    int m_nDay = 0;
+    int m_nHour = -1;
+    int m_nMinute = -1;
+    int m_nSecond = 0;
+    int m_nMilliSecond = -1;
+    int m_nWeekDay = -1;
+    mutable char m_szText[64] = {};
 };
 
 /// A stopwatch in milliseconds of the monotonic clock.
