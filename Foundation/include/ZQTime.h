@@ -6,7 +6,7 @@
 ///
 /// | type         | use it for                                                                            |
 /// |--------------|---------------------------------------------------------------------------------------|
-/// | ZQDateTime   | a date and time of day in local time: now, shifted, compared                          |
+/// | ZQDateTime   | a date and time of day in local time: now, shifted, compared, written and parsed      |
 /// | ZQTimeMeter  | how long something takes                                                              |
 /// | ZQTimer      | something that has to be done again and again                                         |
 ///
@@ -18,7 +18,8 @@
 /// ZQTimeMeter meter;
 /// ZQDateTime due;                                        // now
 /// due.AddDays(14);
-/// std::printf("due at %ld\n", due.GetEpochTime());
+/// char text[32];
+/// std::printf("due on %s\n", due.Format(DTF_YYYY_MM_DD, text, sizeof text));
 /// std::printf("%lu ms\n", meter.GetElapsed());
 ///
 /// ZQTimer::ModuleInit(0);
@@ -32,12 +33,36 @@
 
 #include <ctime>
 
+/// The layouts of ZQDateTime::Format() and ZQDateTime::SetFromFormat(), shown for 5 March 2024, 09:07:03.045. Any other value
+/// may be passed and is refused.
+///
+/// Parsing goes by `sscanf(3)`: blanks may stand before every number, a number may have a sign, and what follows the last one
+/// is not looked at. The split length is where the first part ends when two parts have no separator between them.
+enum EnumDTFormat : int
+{
+    DTF_YYYY_MM_DD = 0,        ///< "2024-03-05"; parses "2024-3-5" too. Split length 10.
+    DTF_M_D_Y = 1,             ///< "3/5/2024". Split length: the text's, at most 10, if it is longer than 4.
+    DTF_YYYYMMDD = 2,          ///< "20240305"; parses at most 4, 2 and 2 characters. Split length 8.
+    DTF_MM_DD_YYYY = 3,        ///< "03-05-2024"; parses at most 2, 2 and 4 characters. Split length 10.
+    DTF_MM_SLASH_DD_YYYY = 4,  ///< "03/05/2024"; parses at most 2, 2 and 4 characters. Split length 10.
+    DTF_HH_MM_SS = 50,         ///< "09:07:03"; parses "9:7:3" too. Split length 8.
+    DTF_HH_MM_SS_MS = 51,      ///< "09:07:03.045"; parses at most 2, 2, 2 and 3 characters. Split length 12.
+    DTF_HHMMSS = 52,           ///< "090703"; parses at most 2, 2 and 2 characters. Split length 6.
+};
+
 /// A date and time of day in the local time of the process, to the millisecond, with the day of the week.
 ///
 /// It keeps the fields as they were given, 30 February too; what instant they name is asked of `mktime(3)` each time. Only
-/// the day of the week always comes from there.
+/// the day of the week always comes from there. The fields are read as text, by Format(), the instant by GetEpochTime().
 ///
-/// Operations return whether they are done; if not, the value is as before. Nothing throws, ends the process or prints.
+/// | state   | how                                                    | IsValid() | Format()   |
+/// |---------|--------------------------------------------------------|-----------|------------|
+/// | valid   | made of the clock, of an instant, of fields in range   | `true`    | the text   |
+/// | unset   | made of fields out of range                            | `false`   | null       |
+/// | invalid | parsed or shifted to a field out of range              | `false`   | null       |
+///
+/// Operations return whether they are done; if not, the value is as before, except after a failed SetFromFormat(). Nothing
+/// throws, ends the process or prints.
 ///
 /// Summer: fields are always taken as standard time. In a zone with daylight saving a summer value therefore names an
 /// instant one hour late: GetEpochTime() is an hour too large, each shift by days, hours, seconds or whole seconds of
@@ -50,8 +75,8 @@
 ///
 /// Arithmetic on fields and arguments is in 32 bits and wraps.
 ///
-/// Threads: an object belongs to one thread at a time. The static functions may be called from any thread. Lifetime: copied
-/// freely; it owns nothing.
+/// Threads: an object belongs to one thread at a time, also for const operations: Format() without a buffer writes into the
+/// object. The static functions may be called from any thread. Lifetime: copied freely; it owns nothing.
 class ZQ_API ZQDateTime
 {
 public:
@@ -62,9 +87,9 @@ public:
     /// The local time of an instant, as by SetEpochTime(); unset if that refuses it.
     /// @param epochSeconds  seconds since 1970-01-01 UTC
     explicit ZQDateTime(const long& epochSeconds);
-    /// Copies all fields.
+    /// Copies all fields and the text of the last Format() without a buffer.
     ZQDateTime(const ZQDateTime& other);
-    /// Copies all fields.
+    /// Copies all fields and the text of the last Format() without a buffer.
     ZQDateTime& operator=(const ZQDateTime& other);
     /// Does nothing.
     ~ZQDateTime();
@@ -123,7 +148,8 @@ public:
     ///
     /// December comes out as month 0 of the year after, which prints as "00" though it is the right instant; June plus 6
     /// months is an example, and so is December plus 0. Where that may happen, SubMonths() with `-n` gives month 12 instead.
-    /// Going back with a negative @p n gives month 0 or a negative one, which is invalid: use SubMonths(). No bounds on the year.
+    /// Going back with a negative @p n gives month 0 or a negative one, which is invalid: use SubMonths(). The year has no
+    /// bounds.
     /// @return `false`, with nothing changed, where Assign() fails on the instant
     bool AddMonths(int n);
     /// Goes @p n months back and cuts the day as AddMonths() does. With a negative @p n the month may become 13 to 23, which
@@ -172,6 +198,59 @@ public:
     bool operator!=(const ZQDateTime& other) const;
     /// @}
 
+    /// @name Writing
+    /// Without a buffer the text goes into the object's own, of 64 characters, and stays until its next Format() without one.
+    ///
+    /// A buffer needs two characters more than the text, not one: a text that has one too few loses its last character.
+    ///
+    ///     Format(DTF_YYYY_MM_DD, buf, 10) => "2024-03-"     11 => "2024-03-0"     12 => "2024-03-05"
+    /// @{
+
+    /// Writes the date or the time; a text that is too long is cut.
+    /// @param fmt  the layout
+    /// @param buf  receives the text, all of its @p len bytes being zeroed first; null for the object's own
+    /// @param len  size of @p buf in bytes; not looked at without one
+    /// @return the text, or null: with nothing written if the value is not valid or @p len is below 1, with the buffer zeroed
+    ///         if @p fmt is unknown
+    char* Format(EnumDTFormat fmt, char* buf, int len) const;
+    /// Writes two layouts with a text between them.
+    /// @param dateFmt  the layout of the first part; a time is fine too
+    /// @param timeFmt  the layout of the second part; a date is fine too
+    /// @param sep      what stands between them; not null, nor the object's own text
+    /// @param buf      receives the text, all of its @p len bytes being zeroed first; null for the object's own
+    /// @param len      size of @p buf in bytes; not looked at without one
+    /// @return the text, less its last character if it just fits with the null behind it; or null, with nothing written, if
+    ///         it does not fit, the value is not valid or a layout is unknown
+    char* Format(EnumDTFormat dateFmt, EnumDTFormat timeFmt, const char* sep, char* buf, int len) const;
+    /// Writes #DTF_YYYY_MM_DD, a blank and #DTF_HH_MM_SS, for which @p len is 21 at least.
+    char* Format(char* buf, int len) const;
+    /// @}
+
+    /// @name Parsing
+    /// A date leaves the time of day as it was, a time the date, and both the milliseconds, but for #DTF_HH_MM_SS_MS. So parse
+    /// into `ZQDateTime(0L)` to have them 0: an object made by default has those of now, and an unset one stays invalid.
+    ///
+    /// Numbers are not checked: "2024-13-45" is done and stored, with the day of the week of what it comes to. Ask IsValid().
+    /// @{
+
+    /// Parses a date or a time.
+    /// @param text  may be null, which is refused
+    /// @param fmt   the layout
+    /// @return `false` if @p text has not all the numbers, of which those before the gap are stored all the same, if @p fmt is
+    ///         unknown, or where Assign() fails on the instant, after which the year is 0 and the value invalid
+    bool SetFromFormat(const char* text, EnumDTFormat fmt);
+    /// Parses two parts, one after the other. Each is brought into the calendar with the fields that the other left.
+    /// @param text       at most 127 characters; may be null, which is refused
+    /// @param firstFmt   the layout of the part before the separator
+    /// @param secondFmt  the layout of the part behind it
+    /// @param sep        parts the text where it first occurs; if it is null or empty, the split length of @p firstFmt does
+    /// @return `false` if @p text is too long or cannot be parted, with nothing changed, or if a part cannot be parsed. A text
+    ///         shorter than the split length is all first part, which is parsed before the empty second part fails.
+    bool SetFromFormat(const char* text, EnumDTFormat firstFmt, EnumDTFormat secondFmt, const char* sep);
+    /// Parses #DTF_YYYY_MM_DD, a blank and #DTF_HH_MM_SS.
+    bool SetFromFormat(const char* text);
+    /// @}
+
     /// @name Clocks
     /// @{
 
@@ -188,6 +267,8 @@ public:
     /// @}
 
 private:
+    struct _StruLayout;
+
     void Load(const std::tm& local, int millisecond);
     bool MoveToYear(int year);
     bool MoveToMonth(int year, int month);

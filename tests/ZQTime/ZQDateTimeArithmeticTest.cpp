@@ -77,3 +77,16 @@ TEST(ZQDateTimeArithmeticTest, SecondBeforeTheEpochIsAnInstantForSomeOnly)
     EXPECT_TRUE(value.AddMilliseconds(1000));
     EXPECT_EQ(FieldsOf(value), "1970-1-1 1:0:0.7 Thu");
 }
+
+TEST(ZQDateTimeArithmeticTest, LastInstantIsNotLeft)
+{
+    UseZone("UTC0");
+    const long last = 67768036191676799;
+    EXPECT_EQ(FieldsOf(Z(last)), "-2147481749-12-31 23:59:59.0 Wed");  // of a year beyond 32 bits
+    Z value(2024, 3, 5, 23, 59, 59, 999);
+    ASSERT_TRUE(value.SetFromFormat("2147483647-22812-31", DTF_YYYY_MM_DD));  // the same day
+    EXPECT_EQ(value.GetEpochTime(), last);
+    EXPECT_FALSE(value.AddDays(1) || value.AddMilliseconds(1) || value.SubMilliseconds(-1) ||
+                 value.SetEpochTime(last + 1));
+    EXPECT_EQ(FieldsOf(value), "2147483647-22812-31 23:59:59.999 Wed");
+}

@@ -80,7 +80,8 @@ TEST(ZQDateTimeTest, ComparesInstantAndMilliseconds)
     EXPECT_TRUE(later == same && !(later != same) && !(later < same) && !(later > same));
     EXPECT_TRUE(ZQDateTime(67767036191676799L) < noon);  // 64 bits do not hold its milliseconds
     EXPECT_TRUE(later.IsAM() && noon.IsPM() && !later.IsPM() && !noon.IsAM());
+    EXPECT_NE(noon.Format(nullptr, 0), nullptr);
     ZQDateTime copy(noon), assigned;
     assigned = copy;
-    EXPECT_EQ(std::memcmp(static_cast<const void*>(&assigned), &noon, sizeof(noon)), 0);
+    EXPECT_EQ(std::memcmp(static_cast<const void*>(&assigned), &noon, sizeof(noon)), 0) << "the text goes along";
 }

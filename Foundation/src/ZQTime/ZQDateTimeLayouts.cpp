@@ -1,0 +1,43 @@
+#include "ZQDateTimeLayouts.h"
+
+#include <algorithm>
+
+const ZQDateTime::_StruLayout* ZQDateTime::_StruLayout::Find(EnumDTFormat fmt)
+{
+    constexpr auto Y = &ZQDateTime::m_nYear;
+    constexpr auto M = &ZQDateTime::m_nMonth;
+    constexpr auto D = &ZQDateTime::m_nDay;
+    constexpr auto H = &ZQDateTime::m_nHour;
+    constexpr auto N = &ZQDateTime::m_nMinute;
+    constexpr auto S = &ZQDateTime::m_nSecond;
+    static constexpr _StruLayout Layouts[] = {
+        {DTF_YYYY_MM_DD, "%04d-%02d-%02d", "%d-%d-%d", {Y, M, D}, 3, 10},
+        {DTF_M_D_Y, "%d/%d/%d", "%d/%d/%d", {M, D, Y}, 3, -1},
+        {DTF_YYYYMMDD, "%04d%02d%02d", "%04d%02d%02d", {Y, M, D}, 3, 8},
+        {DTF_MM_DD_YYYY, "%02d-%02d-%04d", "%02d-%02d-%04d", {M, D, Y}, 3, 10},
+        {DTF_MM_SLASH_DD_YYYY, "%02d/%02d/%04d", "%02d/%02d/%04d", {M, D, Y}, 3, 10},
+        {DTF_HH_MM_SS, "%02d:%02d:%02d", "%d:%d:%d", {H, N, S}, 3, 8},
+        {DTF_HH_MM_SS_MS, "%02d:%02d:%02d.%03d", "%02d:%02d:%02d.%03d", {H, N, S}, 4, 12},
+        {DTF_HHMMSS, "%02d%02d%02d", "%02d%02d%02d", {H, N, S}, 3, 6},
+    };
+    for (const _StruLayout& layout : Layouts)
+    {
+        if (layout.nFormat == fmt)
+        {
+            return &layout;
+        }
+    }
+    return nullptr;
+}
+
+int ZQDateTime::_StruLayout::SplitLength(EnumDTFormat fmt, int length)
+{
+    constexpr int Shortest = 5;  // what may be split at all where the length varies
+    constexpr int Longest = 10;
+    const _StruLayout* layout = Find(fmt);
+    if (layout == nullptr || (layout->nFixedLength < 0 && length < Shortest))
+    {
+        return -1;
+    }
+    return std::min(length, layout->nFixedLength < 0 ? Longest : layout->nFixedLength);
+}

@@ -1,0 +1,25 @@
+#ifndef ZQDATETIMELAYOUTS_H
+#define ZQDATETIMELAYOUTS_H
+
+#include "ZQTime.h"
+
+/// How one layout is written and parsed. Both ways name the same fields in the same order; where a fourth conversion is in
+/// the texts, it is the milliseconds.
+struct ZQDateTime::_StruLayout
+{
+    EnumDTFormat nFormat;
+    const char* pszWrite;  // for snprintf(3), padded
+    const char* pszParse;  // for sscanf(3); without widths it takes numbers that are not padded as well
+    int ZQDateTime::*pFields[3];
+    int nConversions;
+    int nFixedLength;  // the characters of every text, -1 if their number varies
+
+    /// The row of @p fmt, null if it is none of the layouts, whatever its number.
+    static const _StruLayout* Find(EnumDTFormat fmt);
+
+    /// Where the second part begins in a text of @p length characters that starts with @p fmt and has no separator; never
+    /// behind its end. -1 if that cannot be told.
+    static int SplitLength(EnumDTFormat fmt, int length);
+};
+
+#endif
