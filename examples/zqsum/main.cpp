@@ -39,12 +39,10 @@ int Run(const Options& options)
     const ZQTimeMeter meter;
     OutputStream output;
     ProgressBar bar(!options.bQuiet);
-    HashJob job(options.nSlots,
-                [&bar, &job]
-                {
-                    bar.Draw(job.GetProgress());
-                    return !Interrupt::Requested();
-                });
+    HashJob job(options.nSlots, [&bar, &job] {
+        bar.Draw(job.GetProgress());
+        return !Interrupt::Requested();
+    });
     Interrupt::Catch();
     WalkAll(options.listDirs, job);
     Interrupt::Release();

@@ -4,27 +4,19 @@
 #include <gtest/gtest.h>
 #include <thread>
 
-namespace
-{
+namespace {
 constexpr long Rounds = 500000;
 
 /// Runs @p action many times in each of two threads, which wait for each other now and then, lest one runs after the other.
 /// It is given the number of the thread.
-template <typename Action> void Race(Action action)
-{
+template <typename Action> void Race(Action action) {
     constexpr long RoundsAtOnce = 5000;
     std::atomic<long> arrived{0};
-    const auto run = [&](int thread)
-    {
-        for (long i = 0; i < Rounds; ++i)
-        {
-            if (i % RoundsAtOnce == 0)
-            {
+    const auto run = [&](int thread) {
+        for (long i = 0; i < Rounds; ++i) {
+            if (i % RoundsAtOnce == 0) {
                 ++arrived;
-                while (arrived < 2 * (i / RoundsAtOnce + 1))
-                {
-                    std::this_thread::yield();
-                }
+                while (arrived < 2 * (i / RoundsAtOnce + 1)) { std::this_thread::yield(); }
             }
             action(thread);
         }
@@ -35,8 +27,7 @@ template <typename Action> void Race(Action action)
 }
 }  // namespace
 
-TEST(ZQAtomicTest, ReturnsTheNewOrTheOldValue)
-{
+TEST(ZQAtomicTest, ReturnsTheNewOrTheOldValue) {
     constexpr long Wide = 1L << 40;
     ZQAtomicCell cell = 77;
     ZQAtomicSet(&cell, Wide - 1);
@@ -57,8 +48,7 @@ TEST(ZQAtomicTest, ReturnsTheNewOrTheOldValue)
     EXPECT_EQ(pointer, nullptr);
 }
 
-TEST(ZQAtomicTest, TwoThreadsLoseNothing)
-{
+TEST(ZQAtomicTest, TwoThreadsLoseNothing) {
     // Each operation alone, since one that locks the cell's cache line would hide that its neighbour does not.
     ZQAtomicCell cell = 0;
     long sums[2] = {}, faults[2] = {};
@@ -67,22 +57,15 @@ TEST(ZQAtomicTest, TwoThreadsLoseNothing)
     EXPECT_EQ(sums[0] + sums[1], Rounds * (2 * Rounds + 1)) << "each value is returned once";
     Race([&](int) { ZQAtomicDec(&cell); });
     EXPECT_EQ(cell, 0);
-    Race(
-        [&](int thread)
-        {
-            const long bit = 1L << thread;
-            faults[thread] += (ZQAtomicOr(&cell, bit) & bit) + (~ZQAtomicAnd(&cell, ~bit) & bit);
-        });
+    Race([&](int thread) {
+        const long bit = 1L << thread;
+        faults[thread] += (ZQAtomicOr(&cell, bit) & bit) + (~ZQAtomicAnd(&cell, ~bit) & bit);
+    });
     EXPECT_EQ(faults[0] + faults[1], 0) << "no thread changes the bit of the other";
     EXPECT_EQ(cell, 0);
-    Race(
-        [&](int)
-        {
-            long value = 0;
-            do
-            {
-                value = ZQAtomicGet(&cell);
-            } while (!ZQAtomicCompareExchange(&cell, value, value + 1));
-        });
+    Race([&](int) {
+        long value = 0;
+        do { value = ZQAtomicGet(&cell); } while (!ZQAtomicCompareExchange(&cell, value, value + 1));
+    });
     EXPECT_EQ(cell, 2 * Rounds);
 }

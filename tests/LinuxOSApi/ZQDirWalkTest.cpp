@@ -5,49 +5,37 @@
 #include <cerrno>
 #include <gtest/gtest.h>
 
-namespace
-{
+namespace {
 namespace fs = std::filesystem;
 
 /// What a walk told, and after how many entries it is stopped.
-struct Log
-{
+struct Log {
     size_t limit = 1000;
     Texts entries = {};
 
-    static bool Add(const _ZQStruFileInfo& info, void* log)
-    {
+    static bool Add(const _ZQStruFileInfo& info, void* log) {
         Log& self = *static_cast<Log*>(log);
         self.entries.insert(info.pszPath + (":" + std::to_string(info.nType)));
         return self.entries.size() < self.limit;
     }
 };
 
-auto OpenDescriptors()
-{
-    return std::distance(fs::directory_iterator("/proc/self/fd"), fs::directory_iterator());
-}
+auto OpenDescriptors() { return std::distance(fs::directory_iterator("/proc/self/fd"), fs::directory_iterator()); }
 
 /// Makes directories one in the other. @return the path of the innermost, @p length bytes long, a separator at its end
-std::string MakeDeepDir(size_t length)
-{
+std::string MakeDeepDir(size_t length) {
     std::string path(length, 'd');
-    for (size_t i = 200; i < length; i += 201)
-    {
-        path[i] = '/';
-    }
+    for (size_t i = 200; i < length; i += 201) { path[i] = '/'; }
     fs::create_directories(path);
     return path + "/";
 }
 }  // namespace
 
-TEST(ZQDirWalkTest, TellsAndReturnsByDirectory)
-{
+TEST(ZQDirWalkTest, TellsAndReturnsByDirectory) {
     const WorkDir dir;
     fs::create_symlink(".", "loop");
     const char* const all = "./deep:2 ./dirs:2 ./file:1 ./link:0 ./linked:2 ./loop:0 ./tree:2";
-    const struct
-    {
+    const struct {
         int (*walk)(const char*, ZQFetchDirCallBack, void*);
         const char* dir;
         int result, error;  // 0: not a system call's
@@ -67,8 +55,7 @@ TEST(ZQDirWalkTest, TellsAndReturnsByDirectory)
         {ZQGetEmptyFolderList, "file", -7, ENOTDIR, ""},
     };
     const auto descriptors = OpenDescriptors();
-    for (const auto& c : cases)
-    {
+    for (const auto& c : cases) {
         SCOPED_TRACE("case " + std::to_string(&c - cases) + ": " + testing::PrintToString(c.dir));
         Log log;
         EXPECT_EQ(c.walk(c.dir, Log::Add, &log), c.result);
@@ -85,10 +72,8 @@ TEST(ZQDirWalkTest, TellsAndReturnsByDirectory)
     EXPECT_EQ(ZQFetchDir("/", oneSeparator, nullptr), 0);
 }
 
-TEST(ZQDirWalkTest, CutPathIsNeitherEmptyNorRemoved)
-{
-    const struct
-    {
+TEST(ZQDirWalkTest, CutPathIsNeitherEmptyNorRemoved) {
+    const struct {
         const char* name;
         size_t length;  // of the path of the directory that the folders are in
         const char* folder;
@@ -99,8 +84,7 @@ TEST(ZQDirWalkTest, CutPathIsNeitherEmptyNorRemoved)
         {"cut to its directory and a separator", 1021, "e", 0},
         {"cut to its directory", 1022, "e", 0},
     };
-    for (const auto& c : cases)
-    {
+    for (const auto& c : cases) {
         SCOPED_TRACE(c.name);
         const WorkDir dir;
         const std::string deep = MakeDeepDir(c.length);
@@ -117,14 +101,10 @@ TEST(ZQDirWalkTest, CutPathIsNeitherEmptyNorRemoved)
     }
 }
 
-TEST(ZQDirWalkTest, FetchDirCutsPathsWithoutNotice)
-{
+TEST(ZQDirWalkTest, FetchDirCutsPathsWithoutNotice) {
     const WorkDir dir;
     const std::string deep = MakeDeepDir(1020);
-    for (const char* name : {"s", "se", "xe"})
-    {
-        fs::create_directory(deep + name);
-    }
+    for (const char* name : {"s", "se", "xe"}) { fs::create_directory(deep + name); }
     fs::create_symlink("s", deep + "yl");
     Log log;
     EXPECT_EQ(ZQFetchDir(deep.c_str(), Log::Add, &log), 0);

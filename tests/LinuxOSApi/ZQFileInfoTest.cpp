@@ -6,8 +6,7 @@
 #include <fcntl.h>
 #include <gtest/gtest.h>
 
-TEST(ZQFileInfoTest, ReturnsByPath)
-{
+TEST(ZQFileInfoTest, ReturnsByPath) {
     constexpr time_t Time = 4000000000;
     constexpr int64_t Size = (int64_t(1) << 32) + 5;
     const std::string tooLong(256, 'n');
@@ -16,12 +15,8 @@ TEST(ZQFileInfoTest, ReturnsByPath)
     std::filesystem::create_symlink("file", "to-file");
     std::filesystem::create_symlink("loop", "loop");
     const timespec times[2] = {{77, 0}, {Time, 999999999}};
-    for (const char* path : {"file", "loop"})
-    {
-        ASSERT_EQ(utimensat(AT_FDCWD, path, times, AT_SYMLINK_NOFOLLOW), 0);
-    }
-    const struct
-    {
+    for (const char* path : {"file", "loop"}) { ASSERT_EQ(utimensat(AT_FDCWD, path, times, AT_SYMLINK_NOFOLLOW), 0); }
+    const struct {
         const char* path;
         int folder, file, exists, info, error;
         int64_t size;  // 0: depends on the system
@@ -39,8 +34,7 @@ TEST(ZQFileInfoTest, ReturnsByPath)
         {tooLong.c_str(), -7, -7, -7, -1, ENAMETOOLONG, 0},
         {nullptr, -7, -7, -6, -6, EFAULT, 0},
     };
-    for (const auto& c : cases)
-    {
+    for (const auto& c : cases) {
         SCOPED_TRACE(testing::PrintToString(c.path));
         EXPECT_EQ(ZQIsFileExist(c.path), c.exists);
         EXPECT_EQ(ZQIsFolder(c.path), c.folder);
@@ -50,8 +44,7 @@ TEST(ZQFileInfoTest, ReturnsByPath)
         time_t mtime = 77;
         int64_t size = 78;
         EXPECT_EQ(ZQGetFileInfo(c.path, &mtime, &size), c.info);
-        if (c.error != 0 || c.size != 0)
-        {
+        if (c.error != 0 || c.size != 0) {
             EXPECT_EQ(mtime, c.error != 0 ? 77 : Time);
             EXPECT_EQ(size, c.error != 0 ? 78 : c.size);
             EXPECT_EQ(ZQGetFileSize(c.path), c.error != 0 ? c.info : c.size);

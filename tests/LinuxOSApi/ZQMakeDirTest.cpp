@@ -4,11 +4,9 @@
 
 #include <gtest/gtest.h>
 
-TEST(ZQMakeDirTest, MakesAndReturnsByPath)
-{
+TEST(ZQMakeDirTest, MakesAndReturnsByPath) {
     const std::string tooLong(256, 'n');
-    const struct
-    {
+    const struct {
         const char* path;
         int single, recursive;
         const char* made;  // by the recursive function, or by both
@@ -29,10 +27,8 @@ TEST(ZQMakeDirTest, MakesAndReturnsByPath)
         {"file/x/y", -1, -1, ""},
         {tooLong.c_str(), -1, -1, ""},
     };
-    for (const auto& c : cases)
-    {
-        for (const bool recursive : {false, true})
-        {
+    for (const auto& c : cases) {
+        for (const bool recursive : {false, true}) {
             SCOPED_TRACE(testing::PrintToString(c.path) + (recursive ? " recursive" : ""));
             const WorkDir dir;
             const Texts before = WorkDir::Entries();
@@ -43,8 +39,7 @@ TEST(ZQMakeDirTest, MakesAndReturnsByPath)
     }
 }
 
-TEST(ZQMakeDirTest, ModeIsAllThatTheUmaskLeaves)
-{
+TEST(ZQMakeDirTest, ModeIsAllThatTheUmaskLeaves) {
     const WorkDir dir;
     umask(05);
     EXPECT_EQ(ZQRecursiveMakeDir(dir.Path("x/y").c_str()), 0);

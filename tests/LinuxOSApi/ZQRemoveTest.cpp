@@ -5,10 +5,8 @@
 #include <cerrno>
 #include <gtest/gtest.h>
 
-TEST(ZQRemoveTest, RemovesAndReturnsByPath)
-{
-    const struct
-    {
+TEST(ZQRemoveTest, RemovesAndReturnsByPath) {
+    const struct {
         int (*remove)(const char*);
         const char* path;
         int result, error;  // 0: not a system call's
@@ -34,8 +32,7 @@ TEST(ZQRemoveTest, RemovesAndReturnsByPath)
         {ZQForcedRemoveDir, "linked", -1, ENOTEMPTY, "linked/file"},
         {ZQForcedRemoveDir, "deep", -5, ENOTEMPTY, ""},
     };
-    for (const auto& c : cases)
-    {
+    for (const auto& c : cases) {
         SCOPED_TRACE("case " + std::to_string(&c - cases) + ": " + testing::PrintToString(c.path));
         const WorkDir dir;
         const Texts before = WorkDir::Entries();

@@ -5,17 +5,14 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
-TEST(ZQSleepTest, SleepsAtLeastWhatIsPromised)
-{
+TEST(ZQSleepTest, SleepsAtLeastWhatIsPromised) {
     signal(SIGALRM, [](int) {});
     // Of 2 s after a signal, sleep(3) tells that 1 s is left.
-    const struct
-    {
+    const struct {
         int asked, least;
         useconds_t signalAfter;
     } cases[] = {{0, 0, 0}, {250, 250, 0}, {1250, 1245, 0}, {2000, 1000, 100000}};
-    for (const auto& c : cases)
-    {
+    for (const auto& c : cases) {
         const auto start = std::chrono::steady_clock::now();
         ualarm(c.signalAfter, 0);
         ZQSleep(c.asked);
@@ -23,8 +20,7 @@ TEST(ZQSleepTest, SleepsAtLeastWhatIsPromised)
     }
 }
 
-TEST(ZQSleepTest, AsksTheSystem)
-{
+TEST(ZQSleepTest, AsksTheSystem) {
     EXPECT_EQ(ZQThreadYield(), 0);
     EXPECT_EQ(ZQGetCPUProcessorNumber(), sysconf(_SC_NPROCESSORS_ONLN));
 }

@@ -11,12 +11,10 @@
 #include <random>
 #include <vector>
 
-namespace
-{
+namespace {
 constexpr std::size_t Header = 16;
 
-struct Chunk
-{
+struct Chunk {
     char* base;
     unsigned slices;
     std::vector<char*> free;  // in the order of the chunk's list
@@ -24,17 +22,12 @@ struct Chunk
 
 /// A slow pool that searches all of its slices. It tells where each block has to lie, but for the first block of a chunk,
 /// which tells it where the chunk lies.
-struct Model
-{
-    char* Malloc(unsigned n, char* actual)
-    {
+struct Model {
+    char* Malloc(unsigned n, char* actual) {
         const auto apart = [this](const char* slice, const char* next) { return next != slice + unit; };
-        for (Chunk* chunk : listed)
-        {
-            for (auto run = chunk->free.begin(); chunk->free.end() - run >= n; ++run)
-            {
-                if (std::adjacent_find(run, run + n, apart) == run + n)
-                {
+        for (Chunk* chunk : listed) {
+            for (auto run = chunk->free.begin(); chunk->free.end() - run >= n; ++run) {
+                if (std::adjacent_find(run, run + n, apart) == run + n) {
                     char* const first = *run;
                     chunk->free.erase(run, run + n);
                     count -= n;
@@ -42,8 +35,7 @@ struct Model
                 }
             }
         }
-        if (max != 0 && total >= max)
-        {
+        if (max != 0 && total >= max) {
             return nullptr;
         }
         EXPECT_NE(actual, nullptr);
@@ -52,44 +44,34 @@ struct Model
         Free(actual, chunks.back().slices);
         return Malloc(n, actual);
     }
-    void Free(char* p, unsigned n)
-    {
+    void Free(char* p, unsigned n) {
         Chunk& chunk = *std::find_if(chunks.begin(), chunks.end(),
                                      [&](const Chunk& c) { return c.base <= p && p < c.base + c.slices * unit; });
-        if (chunk.free.empty())
-        {
+        if (chunk.free.empty()) {
             listed.remove(&chunk);
             listed.push_front(&chunk);
         }
         auto place = chunk.free.begin();
-        if ((n > 1 || ordered) && !chunk.free.empty() && *place < p)
-        {
+        if ((n > 1 || ordered) && !chunk.free.empty() && *place < p) {
             place = std::find_if(place + 1, chunk.free.end(), [p](const char* slice) { return slice > p; });
         }
-        for (unsigned i = n; i-- > 0;)
-        {
-            place = chunk.free.insert(place, p + i * unit);
-        }
+        for (unsigned i = n; i-- > 0;) { place = chunk.free.insert(place, p + i * unit); }
         count += n;
     }
-    void Shrink(unsigned keep)
-    {
+    void Shrink(unsigned keep) {
         for (const bool unused : {false, true})  // the free slices beside blocks in use count first
         {
-            chunks.remove_if(
-                [&](Chunk& chunk)
-                {
-                    const auto free = static_cast<unsigned>(chunk.free.size());
-                    const bool goes = unused && free == chunk.slices && keep == 0;
-                    if (goes)
-                    {
-                        listed.remove(&chunk);
-                        total -= free;
-                        count -= free;
-                    }
-                    keep -= unused == (free == chunk.slices) ? std::min(keep, free) : 0;
-                    return goes;
-                });
+            chunks.remove_if([&](Chunk& chunk) {
+                const auto free = static_cast<unsigned>(chunk.free.size());
+                const bool goes = unused && free == chunk.slices && keep == 0;
+                if (goes) {
+                    listed.remove(&chunk);
+                    total -= free;
+                    count -= free;
+                }
+                keep -= unused == (free == chunk.slices) ? std::min(keep, free) : 0;
+                return goes;
+            });
         }
     }
 
@@ -101,52 +83,40 @@ struct Model
     std::list<Chunk*> listed;  // the last to get a free slice first; full ones do no harm
 };
 
-char* ChunkOf(const void* block)
-{
+char* ChunkOf(const void* block) {
     char* chunk;
     std::memcpy(&chunk, static_cast<const char*>(block) - Header, sizeof chunk);
     return chunk;
 }
 
 /// Sets the count of free slices of a block's chunk, which only a stray write of the program does.
-void ForgeFreeCount(const void* block, std::uint16_t count)
-{
-    std::memcpy(ChunkOf(block) + 26, &count, sizeof count);
-}
+void ForgeFreeCount(const void* block, std::uint16_t count) { std::memcpy(ChunkOf(block) + 26, &count, sizeof count); }
 }  // namespace
 
-TEST(ZQMemoryPoolTest, BehavesAsTheSlowModel)
-{
-    const struct
-    {
+TEST(ZQMemoryPoolTest, BehavesAsTheSlowModel) {
+    const struct {
         unsigned sliceSize, unit, next, max;
         bool ordered;
     } cases[] = {{24, 48, 12, 0, false}, {32, 48, 12, 0, true}, {1, 32, 16, 90, false}, {16, 32, 16, 64, true}};
-    for (const auto& c : cases)
-    {
+    for (const auto& c : cases) {
         SCOPED_TRACE(testing::Message() << "ordered " << c.ordered << ", limit " << c.max);
         std::mt19937 random(20240607);
         ZQMemoryPool pool(c.sliceSize, c.next, c.max, c.ordered);
         Model model{c.unit, c.next, c.max, c.ordered, 0, 0, {}, {}};
         std::vector<std::pair<char*, std::vector<char>>> blocks;  // and what was written there
-        for (unsigned step = 0; step < 10000 && !HasFailure(); ++step)
-        {
+        for (unsigned step = 0; step < 10000 && !HasFailure(); ++step) {
             const unsigned wave = step / 500 % 2 == 0 ? 60 : 40;  // the pool fills and empties by turns
-            if (random() % 100 < wave)
-            {
+            if (random() % 100 < wave) {
                 const auto n = static_cast<unsigned short>(1 + random() % 2 * (random() % (random() % 9 ? 5 : 30)));
                 char* const memory = static_cast<char*>(pool.Malloc(n));
                 char* const slice = memory != nullptr ? memory - Header : nullptr;
                 ASSERT_EQ(slice, model.Malloc(n, slice));
-                if (memory != nullptr)
-                {
+                if (memory != nullptr) {
                     EXPECT_EQ(reinterpret_cast<std::uintptr_t>(memory) % 16, 0U);
                     blocks.emplace_back(memory, std::vector<char>(n * c.unit - Header, static_cast<char>(random())));
                     std::copy(blocks.back().second.begin(), blocks.back().second.end(), memory);
                 }
-            }
-            else if (!blocks.empty())
-            {
+            } else if (!blocks.empty()) {
                 std::swap(blocks[random() % blocks.size()], blocks.back());
                 const auto& [memory, bytes] = blocks.back();
                 EXPECT_TRUE(std::equal(bytes.begin(), bytes.end(), memory));
@@ -154,8 +124,7 @@ TEST(ZQMemoryPoolTest, BehavesAsTheSlowModel)
                 model.Free(memory - Header, static_cast<unsigned>((bytes.size() + Header) / c.unit));
                 blocks.pop_back();
             }
-            if (random() % 50 == 0)
-            {
+            if (random() % 50 == 0) {
                 const auto keep = static_cast<unsigned>(random() % 2 * (random() % 80));
                 pool.ShrinkMemory(keep);
                 model.Shrink(keep);
@@ -166,10 +135,8 @@ TEST(ZQMemoryPoolTest, BehavesAsTheSlowModel)
     }
 }
 
-TEST(ZQMemoryPoolTest, CountsAsItIsTold)
-{
-    const struct
-    {
+TEST(ZQMemoryPoolTest, CountsAsItIsTold) {
+    const struct {
         unsigned sliceSize, next, max, bytes;     // given
         unsigned slices, total, nextNow, maxNow;  // found
     } cases[] = {
@@ -179,8 +146,7 @@ TEST(ZQMemoryPoolTest, CountsAsItIsTold)
         {1, 1, 0, 65536, 0, 0, 1, 0},       {1, 1, 0, UINT_MAX, 0, 0, 1, 0},
         {4294967265U, 1, 0, 1, 0, 0, 1, 0}, {4294967264U, 65535, 0, 1, 0, 0, 65535, 0},  // more than the heap has
     };
-    for (const auto& c : cases)
-    {
+    for (const auto& c : cases) {
         SCOPED_TRACE(testing::Message() << c.bytes << " bytes in slices of " << c.sliceSize);
         ZQMemoryPool pool(c.sliceSize, c.next, c.max, false);
         EXPECT_EQ(pool.Malloc(0), nullptr);
@@ -197,8 +163,7 @@ TEST(ZQMemoryPoolTest, CountsAsItIsTold)
     }
 }
 
-TEST(ZQMemoryPoolDeathTest, BrokenCountsAreReported)
-{
+TEST(ZQMemoryPoolDeathTest, BrokenCountsAreReported) {
     ZQMemoryPool pool(24, 2, 0, false);
     void* const block = pool.Malloc(1);
     void* const other = pool.Malloc(1);
@@ -207,8 +172,7 @@ TEST(ZQMemoryPoolDeathTest, BrokenCountsAreReported)
                 "Assertion `pCHK->nFrees<=pCHK->nPartition' failed");
     ExpectCrash([&] { ForgeFreeCount(block, 2), pool.ShrinkMemory(0); },
                 "_Abort: prev, Foundation/src/ZQMemoryPool, 132\n");
-    const auto loseSlice = [&]
-    {
+    const auto loseSlice = [&] {
         pool.Free(other);
         ForgeFreeCount(block, 2);
         pool.ShrinkMemory(0);  // takes two free slices off, where there was one

@@ -4,18 +4,14 @@
 #include <memory>
 #include <thread>
 
-TEST(ZQRefCountedObjectTest, LastReleaseOfAnyThreadDeletes)
-{
-    struct Shared : ZQRefCountedObject
-    {
+TEST(ZQRefCountedObjectTest, LastReleaseOfAnyThreadDeletes) {
+    struct Shared : ZQRefCountedObject {
         const std::shared_ptr<int> alive = std::make_shared<int>(0);
     };
     const Shared* object = new Shared;
     const std::weak_ptr<int> alive = object->alive;
-    const auto share = [object]
-    {
-        for (int i = 0; i < 10000; ++i)
-        {
+    const auto share = [object] {
+        for (int i = 0; i < 10000; ++i) {
             object->Duplicate();
             object->Release();
         }

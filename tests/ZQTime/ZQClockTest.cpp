@@ -5,16 +5,14 @@
 #include <cstdlib>
 #include <gtest/gtest.h>
 
-TEST(ZQClockTest, CountElapsedLosesOneAtTheWrap)
-{
+TEST(ZQClockTest, CountElapsedLosesOneAtTheWrap) {
     EXPECT_EQ(ZQDateTime::CountElapsed(10, 5), 5U);
     EXPECT_EQ(ZQDateTime::CountElapsed(5, 5), 0U);
     EXPECT_EQ(ZQDateTime::CountElapsed(5, 10), 4294967290U);
     EXPECT_EQ(ZQDateTime::CountElapsed(0, UINT_MAX), 0U);
 }
 
-TEST(ZQClockTest, ClocksTellTheirTime)
-{
+TEST(ZQClockTest, ClocksTellTheirTime) {
     timespec monotonic, wall;
     clock_gettime(CLOCK_MONOTONIC, &monotonic);
     clock_gettime(CLOCK_REALTIME, &wall);
@@ -24,8 +22,7 @@ TEST(ZQClockTest, ClocksTellTheirTime)
     EXPECT_LT(std::abs(ZQDateTime::GetEpochMilliseconds() - wall.tv_sec * 1000), 60000L);
 }
 
-TEST(ZQClockTest, MeterCountsFromItsStart)
-{
+TEST(ZQClockTest, MeterCountsFromItsStart) {
     const ZQTimeMeter fresh;
     ZQTimeMeter whole, future;
     whole.Reset(0);

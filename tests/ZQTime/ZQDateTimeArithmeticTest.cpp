@@ -3,22 +3,19 @@
 #include <climits>
 #include <gtest/gtest.h>
 
-namespace
-{
+namespace {
 using Shift = bool (ZQDateTime::*)(int);
 using Z = ZQDateTime;
 }  // namespace
 
-TEST(ZQDateTimeArithmeticTest, Shifts)
-{
+TEST(ZQDateTimeArithmeticTest, Shifts) {
     UseZone("UTC0");
     const Z march(2024, 3, 5, 9, 7, 3, 45);
     const Z june(2023, 6, 15, 0, 0, 0, 1);
     const Z leapDay(2024, 2, 29, 1, 2, 3, 4);
     const Z irregular(2023, 2, 30, 1, 2, 3, 4);
     const Z tick(2024, 3, 5, 9, 7, 3, 0);
-    const struct
-    {
+    const struct {
         const char* name;
         Z value;
         Shift shift;
@@ -53,8 +50,7 @@ TEST(ZQDateTimeArithmeticTest, Shifts)
         {"no borrow, no change", irregular, &Z::SubMilliseconds, 4, "2023-2-30 1:2:3.0 Thu"},
         {"least rest", tick, &Z::SubMilliseconds, INT_MIN, "2024-2-9 12:35:39.352 Fri"},
     };
-    for (const auto& c : cases)
-    {
+    for (const auto& c : cases) {
         SCOPED_TRACE(c.name);
         Z value = c.value;
         EXPECT_EQ((value.*c.shift)(c.n), c.result != nullptr);
@@ -65,8 +61,7 @@ TEST(ZQDateTimeArithmeticTest, Shifts)
     EXPECT_EQ(FieldsOf(value), "2023--10-5 9:7:3.45 Sat");
 }
 
-TEST(ZQDateTimeArithmeticTest, SecondBeforeTheEpochIsAnInstantForSomeOnly)
-{
+TEST(ZQDateTimeArithmeticTest, SecondBeforeTheEpochIsAnInstantForSomeOnly) {
     UseZone("CET-1CEST,M3.5.0,M10.5.0/3");
     Z value(1971, 1, 1, 0, 59, 59, 7);
     EXPECT_FALSE(value.Assign(1970, 1, 1, 0, 59, 59, 7) || value.SubYears(1) || value.SubMonths(12));
@@ -78,8 +73,7 @@ TEST(ZQDateTimeArithmeticTest, SecondBeforeTheEpochIsAnInstantForSomeOnly)
     EXPECT_EQ(FieldsOf(value), "1970-1-1 1:0:0.7 Thu");
 }
 
-TEST(ZQDateTimeArithmeticTest, LastInstantIsNotLeft)
-{
+TEST(ZQDateTimeArithmeticTest, LastInstantIsNotLeft) {
     UseZone("UTC0");
     const long last = 67768036191676799;
     EXPECT_EQ(FieldsOf(Z(last)), "-2147481749-12-31 23:59:59.0 Wed");  // of a year beyond 32 bits

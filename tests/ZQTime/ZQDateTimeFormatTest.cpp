@@ -3,16 +3,13 @@
 #include <climits>
 #include <gtest/gtest.h>
 
-namespace
-{
+namespace {
 const int Alone = -2;  // for the second layout
 const std::string Sep45(45, '-');
 }  // namespace
 
-TEST(ZQDateTimeFormatTest, WritesIntoBuffers)
-{
-    const struct
-    {
+TEST(ZQDateTimeFormatTest, WritesIntoBuffers) {
+    const struct {
         int first, second;
         std::string sep;
         int len, zeroed;  // the bytes that there are, and those that are zeroed
@@ -38,11 +35,9 @@ TEST(ZQDateTimeFormatTest, WritesIntoBuffers)
     };
     UseZone("UTC0");
     const ZQDateTime value(2024, 3, 5, 9, 7, 3, 45);
-    for (const auto& c : cases)
-    {
+    for (const auto& c : cases) {
         SCOPED_TRACE(c.text + " of " + std::to_string(c.first) + " into " + std::to_string(c.len));
-        const auto write = [&c](const ZQDateTime& from, char* buf)
-        {
+        const auto write = [&c](const ZQDateTime& from, char* buf) {
             const auto first = static_cast<EnumDTFormat>(c.first);
             const auto second = static_cast<EnumDTFormat>(c.second);
             return c.second == Alone ? from.Format(first, buf, c.len)
@@ -65,8 +60,7 @@ TEST(ZQDateTimeFormatTest, WritesIntoBuffers)
     }
 }
 
-TEST(ZQDateTimeFormatTest, OwnBufferHoldsTheLastText)
-{
+TEST(ZQDateTimeFormatTest, OwnBufferHoldsTheLastText) {
     UseZone("UTC0");
     ZQDateTime value(2024, 12, 5, 9, 7, 3, 45);
     EXPECT_TRUE(value.AddMonths(0));

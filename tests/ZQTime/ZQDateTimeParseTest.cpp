@@ -2,12 +2,10 @@
 
 #include <gtest/gtest.h>
 
-TEST(ZQDateTimeParseTest, StoresWhatItReads)
-{
+TEST(ZQDateTimeParseTest, StoresWhatItReads) {
     const int Alone = -2;  // for the second layout
     const std::string blanks(127 - 19, ' ');
-    const struct
-    {
+    const struct {
         std::string text;
         int first, second;
         const char* sep;
@@ -44,8 +42,7 @@ TEST(ZQDateTimeParseTest, StoresWhatItReads)
         {"2024-03-05 " + blanks + " 09:07:03", 0, 50, " ", false, "2000-1-2 3:4:5.6 Sun"},
     };
     UseZone("UTC0");
-    for (const auto& c : cases)
-    {
+    for (const auto& c : cases) {
         SCOPED_TRACE(c.text);
         ZQDateTime value(2000, 1, 2, 3, 4, 5, 6);
         const auto first = static_cast<EnumDTFormat>(c.first);
@@ -58,8 +55,7 @@ TEST(ZQDateTimeParseTest, StoresWhatItReads)
     }
 }
 
-TEST(ZQDateTimeParseTest, FirstPartMeetsTheOldTime)
-{
+TEST(ZQDateTimeParseTest, FirstPartMeetsTheOldTime) {
     UseZone("UTC0");
     ZQDateTime value(2000, 1, 1, 23, 59, 59, 0);
     EXPECT_FALSE(value.SetFromFormat("1969-12-31 00:00:00"));  // with 23:59:59 it is the instant -1

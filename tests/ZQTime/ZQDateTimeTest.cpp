@@ -3,15 +3,13 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
-TEST(ZQDateTimeTest, AssignKeepsFieldsInRangeAsGiven)
-{
+TEST(ZQDateTimeTest, AssignKeepsFieldsInRangeAsGiven) {
     UseZone("UTC0");
     EXPECT_EQ(FieldsOf({1970, 1, 1, 0, 0, 0, 0}), "1970-1-1 0:0:0.0 Thu");
     EXPECT_EQ(FieldsOf({2999, 12, 31, 23, 59, 59, 999}), "2999-12-31 23:59:59.999 Tue");
     EXPECT_EQ(FieldsOf({2023, 2, 30, 0, 0, 0, 0}), "2023-2-30 0:0:0.0 Thu");
     const int outside[][7] = {{1969, 0, 0, -1, -1, -1, -1}, {3000, 13, 32, 24, 60, 60, 1000}};
-    for (int i = 0; i < 14; ++i)
-    {
+    for (int i = 0; i < 14; ++i) {
         SCOPED_TRACE(i);
         int f[7] = {2024, 1, 2, 3, 4, 5, 6};
         f[i % 7] = outside[i / 7][i % 7];
@@ -24,10 +22,8 @@ TEST(ZQDateTimeTest, AssignKeepsFieldsInRangeAsGiven)
     }
 }
 
-TEST(ZQDateTimeTest, FieldsAreStandardTimeAndInstantsAreNot)
-{
-    const struct
-    {
+TEST(ZQDateTimeTest, FieldsAreStandardTimeAndInstantsAreNot) {
+    const struct {
         const char* zone;
         int month;              // the value is noon of its first day in 2024
         long instant;           // which the fields name
@@ -39,11 +35,9 @@ TEST(ZQDateTimeTest, FieldsAreStandardTimeAndInstantsAreNot)
         {"NZST-12NZDT,M9.5.0,M4.1.0/3", 1, 1704067200, "2024-1-1 13:0:0.0 Mon"},
         {"IST-5:30", 7, 1719815400, "2024-7-1 12:0:0.0 Mon"},
     };
-    for (const auto& c : cases)
-    {
+    for (const auto& c : cases) {
         SCOPED_TRACE(c.zone);
-        if (c.zone[0] == ':' && access(c.zone + 1, R_OK) != 0)
-        {
+        if (c.zone[0] == ':' && access(c.zone + 1, R_OK) != 0) {
             continue;  // this machine has no files of zones
         }
         UseZone(c.zone);
@@ -55,8 +49,7 @@ TEST(ZQDateTimeTest, FieldsAreStandardTimeAndInstantsAreNot)
     }
 }
 
-TEST(ZQDateTimeTest, NowIsRightInSummer)
-{
+TEST(ZQDateTimeTest, NowIsRightInSummer) {
     UseZone("XST-1XDT,J1/0,J365/25");  // summer all year
     const long before = ZQDateTime::GetEpochMilliseconds();
     const ZQDateTime now;
@@ -68,8 +61,7 @@ TEST(ZQDateTimeTest, NowIsRightInSummer)
     EXPECT_FALSE(ZQDateTime(-86400L).SetLocalTime());  // no clock may be set to that, whoever asks
 }
 
-TEST(ZQDateTimeTest, ComparesInstantAndMilliseconds)
-{
+TEST(ZQDateTimeTest, ComparesInstantAndMilliseconds) {
     UseZone("UTC0");
     const ZQDateTime earlier(2023, 3, 2, 11, 59, 59, 998);
     const ZQDateTime later(2023, 2, 30, 11, 59, 59, 999);

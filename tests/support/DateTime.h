@@ -8,8 +8,7 @@
 #include <string>
 
 /// The fields of @p value, which has no getters: "2024-3-5 9:7:3.45 Tue".
-inline std::string FieldsOf(const ZQDateTime& value)
-{
+inline std::string FieldsOf(const ZQDateTime& value) {
     int f[24];
     static_assert(sizeof(f) == sizeof(value), "eight numbers and a text of 64 characters");
     std::memcpy(f, static_cast<const void*>(&value), sizeof(f));
@@ -20,8 +19,7 @@ inline std::string FieldsOf(const ZQDateTime& value)
 }
 
 /// Makes @p zone, in the form of TZ, the zone of the process.
-inline void UseZone(const char* zone)
-{
+inline void UseZone(const char* zone) {
     setenv("TZ", zone, 1);
     tzset();
 }

@@ -11,48 +11,35 @@
 using Texts = std::multiset<std::string>;
 
 /// Those of @p texts that are not in @p others, parted by blanks.
-inline std::string Joined(const Texts& texts, const Texts& others = {})
-{
+inline std::string Joined(const Texts& texts, const Texts& others = {}) {
     std::string joined;
-    for (const std::string& text : texts)
-    {
+    for (const std::string& text : texts) {
         joined += others.count(text) != 0 ? "" : (joined.empty() ? "" : " ") + text;
     }
     return joined;
 }
 
 /// A directory of its own, with entries of every kind, that is the working directory while it lives.
-class WorkDir : public TempDir
-{
+class WorkDir : public TempDir {
 public:
-    WorkDir()
-    {
+    WorkDir() {
         namespace fs = std::filesystem;
         fs::current_path(Path());
-        for (const char* path : {"dirs/a/b", "dirs/c", "tree/a/b", "linked", "deep/linked"})
-        {
+        for (const char* path : {"dirs/a/b", "dirs/c", "tree/a/b", "linked", "deep/linked"}) {
             fs::create_directories(path);
         }
-        for (const char* path : {"file", "tree/a/.file", "linked/file"})
-        {
-            std::ofstream(path) << "12345";
-        }
+        for (const char* path : {"file", "tree/a/.file", "linked/file"}) { std::ofstream(path) << "12345"; }
         fs::create_symlink("dirs", "link");
         fs::create_symlink("../tree", "linked/link");
         fs::create_symlink("nowhere", "deep/linked/dangling");
         mkfifo("deep/fifo", 0666);
     }
-    ~WorkDir()
-    {
-        std::filesystem::current_path("/");
-    }
+    ~WorkDir() { std::filesystem::current_path("/"); }
 
     /// The paths of everything in it; links are not followed.
-    static Texts Entries()
-    {
+    static Texts Entries() {
         Texts entries;
-        for (const auto& entry : std::filesystem::recursive_directory_iterator("."))
-        {
+        for (const auto& entry : std::filesystem::recursive_directory_iterator(".")) {
             entries.insert(entry.path().string().substr(2));
         }
         return entries;
