@@ -15,7 +15,9 @@
 /// one, which starts a worker when a task finds none idle and lets surplus workers go after two idle minutes.
 ///
 /// Threads: every operation may be called from any thread, also from inside a task, unless it says otherwise. No pool
-/// holds a lock of its own while it runs a task. Nothing is ever forced: a task that never returns keeps its thread.
+/// holds a lock of its own while it runs a task. Nothing is ever forced: a task that never returns keeps its thread. A thread
+/// must not be cancelled inside any of this, and a forked child that does not call `exec` leaves by `_exit(2)`: it has none of
+/// the threads.
 ///
 /// @code
 /// void Work(void* data, void*) { std::unique_ptr<Job> job(static_cast<Job*>(data)); job->Run(); }
@@ -359,7 +361,7 @@ public:
 /// | closed  | Uninit() of ready           | -1                   | -1       |
 ///
 /// A task is given to `fnTask`, which owns the data from then on, or to `fnFree`, when it is removed without having run:
-/// each piece of data meets exactly one of the two, once. Neither may throw. Without memory for a slot or a waiting task the
+/// each piece of data meets exactly one of the two, once. An exception from either ends the process. Without memory for a slot or a waiting task the
 /// process ends with "pNode".
 ///
 /// Threads: any operation from any thread, also from inside a task of the same pool, where the operations that wait do not
@@ -402,7 +404,8 @@ public:
     /// that is paused or closed only waits until a pause in progress has ended.
     ///
     /// A Resume() meanwhile starts the work again; this call then returns when none of the pool's tasks is running, which may
-    /// take long where tasks keep coming.
+    /// take long where tasks keep coming. Until it has returned, neither another Pause() nor Uninit() nor the destruction
+    /// stops the pool: let one thread pause and resume.
     /// @param bDrain  `true` also has the waiting tasks run first, partly on the calling thread
     void Pause(bool bDrain);
     /// Starts the work again after Pause().
@@ -431,7 +434,7 @@ extern "C"
     /// Drops the library's reference to the process-wide pool, which frees it unless a task pool still refers to it; then it
     /// waits for the running tasks. ZQRefThreadPool::Global() makes a new one.
     /// Threads: callable from any, but for the pool's own workers. It is the caller's care that nobody still uses what
-    /// ZQRefThreadPool::Global() has returned earlier.
+    /// ZQRefThreadPool::Global() has returned earlier, nor binds a task pool to it at this moment.
     ZQ_API void ZQThreadPoolGlobalCleanup();
 }
 

@@ -21,18 +21,21 @@ ZQRefThreadPoolGlobal::~ZQRefThreadPoolGlobal()
 
 ZQRefThreadPool* ZQRefThreadPoolGlobal::Get()
 {
-    ZQRefThreadPool* pPool = ZQAcquireLoad(m_pObj);
-    if (pPool == nullptr)
+    for (;;)
     {
-        ZQRefThreadPool* pNew = ZQRefThreadPool::Create(AutomaticThreads, IdleSeconds);
-        if (!__sync_bool_compare_and_swap(&m_pObj, nullptr, pNew) && pNew != nullptr)
+        ZQRefThreadPool* pPool = ZQAcquireLoad(m_pObj);
+        if (pPool != nullptr)
         {
-            pNew->Unref();  // another thread was first
+            return pPool;
         }
-        pPool = ZQAcquireLoad(m_pObj);
+        pPool = ZQRefThreadPool::Create(AutomaticThreads, IdleSeconds);
         ThreadPoolCheck.CrashUnless(pPool != nullptr, "m_pObj");
+        if (__sync_bool_compare_and_swap(&m_pObj, nullptr, pPool))
+        {
+            return pPool;  // not read again: somebody may be cleaning up at the same time
+        }
+        pPool->Unref();  // another thread was first
     }
-    return pPool;
 }
 
 void ZQRefThreadPoolGlobal::Cleanup()

@@ -147,13 +147,16 @@ void ZQRefThreadPool::ThreadEntry(ZQThread& thread)
         wasIdle = true;
     }
 
-    thread.Stop();
     ZQRelaxedStore(m_nCapacity, GetCapacity() - 1);
     ZxxListInner<MyThread*>::free_node(pNode, nullptr);
-    m_mutex.Unlock();
-    // The pool may join this thread under its lock, or be gone, from here on: nothing below may touch it.
     if (leavesIdle)
     {
+        // Without the lock, and before AddThread() can take this thread for ended: writing may take as long as it likes.
+        m_mutex.Unlock();
         std::printf("threadpool thread  %ld idle exit.\n", lThreadID);
+        m_mutex.Lock();
     }
+    thread.Stop();
+    m_mutex.Unlock();
+    // From here on AddThread() may join this thread under the lock, and the pool may be gone: nothing below may touch it.
 }

@@ -222,8 +222,8 @@ private:
     }
 
     /// Runs the first waiting task, with the lock released. Its node goes back without the free callback, since the task
-    /// owns its data.
-    void RunFirstTask() ZQ_REQUIRES(m_mutex)
+    /// owns its data. An exception ends the process on whatever thread this runs.
+    void RunFirstTask() noexcept ZQ_REQUIRES(m_mutex)
     {
         ZQRefThreadPool::TPLTaskNode* pNode = m_listWait.front_node();
         m_listWait.unlink(pNode);

@@ -176,7 +176,11 @@ void ZQThread::Join()
 void ZQThread::JoinInner()
 {
     const pthread_t hThread = TakeHandle();
-    if (hThread != 0)
+    if (hThread != 0 && pthread_equal(hThread, pthread_self()) != 0)
+    {
+        pthread_detach(hThread);  // a stopped thread that starts itself anew cannot wait for itself
+    }
+    else if (hThread != 0)
     {
         pthread_join(hThread, nullptr);
     }
