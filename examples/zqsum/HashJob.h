@@ -37,7 +37,7 @@ public:
     HashJob(const HashJob&) = delete;
     HashJob& operator=(const HashJob&) = delete;
 
-    /// Whether the job can be asked to go on; also the place where progress is looked at.
+    /// Whether the job is to go on.
     bool GoesOn();
     /// Queues a file, and waits while the queue is full.
     /// @param bFollow  whether @p strPath may be a link

@@ -7,7 +7,7 @@
 
 namespace
 {
-constexpr unsigned long DrawEveryMs = 100;
+constexpr int DrawEveryMs = 100;
 constexpr size_t WidestBar = 30;
 constexpr size_t MarkWidth = 3;
 constexpr char EraseRest[] = "\033[K";  // of the line
@@ -68,17 +68,43 @@ std::string RateText(uint64_t bytes, unsigned long ms)
            "/s";
 }
 
-ProgressBar::ProgressBar(bool bEnabled) : m_bEnabled(bEnabled && isatty(STDERR_FILENO) == 1), m_nDrawn(0)
+ProgressBar::ProgressBar(const HashJob& job, bool bEnabled)
+    : m_job(job), m_bTimers(bEnabled && isatty(STDERR_FILENO) == 1 && ZQTimer::ModuleInit(1)), m_nDrawn(0), m_timer(0)
 {
+    if (m_bTimers)
+    {
+        m_timer.Init(DrawEveryMs, OnTimer, this);
+        m_timer.Start(false);
+    }
 }
 
-void ProgressBar::Draw(const JobProgress& progress)
+ProgressBar::~ProgressBar()
 {
-    if (!m_bEnabled || m_meterDraw.GetElapsed() < DrawEveryMs)
+    Clear();
+    if (m_bTimers)
     {
-        return;
+        ZQTimer::ModuleUninit();
     }
-    m_meterDraw.Reset();
+}
+
+void ProgressBar::Clear()
+{
+    m_timer.Stop(true);
+    if (m_nDrawn > 0)
+    {
+        fprintf(stderr, "\r%s", EraseRest);
+        m_nDrawn = 0;
+    }
+}
+
+void ProgressBar::OnTimer(ZQTimer&, void* bar)
+{
+    static_cast<ProgressBar*>(bar)->Draw();
+}
+
+void ProgressBar::Draw()
+{
+    const JobProgress progress = m_job.GetProgress();
     std::string line = CountText(progress, m_meterTotal.GetElapsed());
     const size_t columns = std::max(TerminalColumns(), EchoWidth + 1) - EchoWidth;
     const size_t spare = columns - std::min(columns, line.size() + 3);
@@ -89,12 +115,4 @@ void ProgressBar::Draw(const JobProgress& progress)
     line.resize(std::min(line.size(), columns));
     ++m_nDrawn;
     fprintf(stderr, "\r%s%s", line.c_str(), EraseRest);
-}
-
-void ProgressBar::Clear()
-{
-    if (m_nDrawn > 0)
-    {
-        fprintf(stderr, "\r%s", EraseRest);
-    }
 }

@@ -12,23 +12,31 @@ std::string ByteText(uint64_t bytes);
 std::string RateText(uint64_t bytes, unsigned long ms);
 
 /// One line at the bottom of the terminal that shows how far a job has come: a mark that moves while files are still being
-/// found, then a bar that fills. Threads: one at a time.
+/// found, then a bar that fills. A timer draws it ten times a second.
+///
+/// Threads: its owner's makes and clears it; the timer's worker draws, and nobody else may write to standard error meanwhile.
 class ProgressBar
 {
 public:
+    /// Shows @p job, which must outlive this, until Clear().
     /// @param bEnabled  `false`: draws nothing. Nothing is drawn either where standard error is no terminal.
-    explicit ProgressBar(bool bEnabled);
+    ProgressBar(const HashJob& job, bool bEnabled);
+    ~ProgressBar();
+    ProgressBar(const ProgressBar&) = delete;
+    ProgressBar& operator=(const ProgressBar&) = delete;
 
-    /// Draws the line anew, but not more often than ten times a second: call it as often as you like.
-    void Draw(const JobProgress& progress);
-    /// Takes the line away.
+    /// Stops drawing and takes the line away.
     void Clear();
 
 private:
-    const bool m_bEnabled;
-    ZQTimeMeter m_meterTotal;
-    ZQTimeMeter m_meterDraw;
+    static void OnTimer(ZQTimer& timer, void* bar);
+    void Draw();
+
+    const HashJob& m_job;
+    const bool m_bTimers;  // whether the timer module runs for this
+    const ZQTimeMeter m_meterTotal;
     unsigned int m_nDrawn;  // how many times
+    ZQTimer m_timer;
 };
 
 #endif

@@ -38,11 +38,8 @@ int Run(const Options& options)
 {
     const ZQTimeMeter meter;
     OutputStream output;
-    ProgressBar bar(!options.bQuiet);
-    HashJob job(options.nSlots, [&bar, &job] {
-        bar.Draw(job.GetProgress());
-        return !Interrupt::Requested();
-    });
+    HashJob job(options.nSlots, [] { return !Interrupt::Requested(); });
+    ProgressBar bar(job, !options.bQuiet);
     Interrupt::Catch();
     WalkAll(options.listDirs, job);
     Interrupt::Release();
