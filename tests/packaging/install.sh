@@ -13,7 +13,7 @@ pc=$(find "$work/moved" -name ZQFoundation.pc)
 library=$(dirname "$(find "$work/moved" -name 'libZQFoundation.so.1')")
 test -f "$work/moved/include/ZQFoundation/ZQFoundation.h"
 
-"$cmake" -S "$here/program" -B "$work/build" -DCMAKE_CXX_COMPILER="$cxx" -DCMAKE_PREFIX_PATH="$work/moved" \
+"$cmake" -G Ninja -S "$here/program" -B "$work/build" -DCMAKE_CXX_COMPILER="$cxx" -DCMAKE_PREFIX_PATH="$work/moved" \
     -DZQFoundation_DIR="$library/cmake/ZQFoundation" >/dev/null
 "$cmake" --build "$work/build" >/dev/null
 $emulator "$work/build/program"
