@@ -73,8 +73,8 @@ public:
     void Free(void* p);
     /// Takes a block back into the pool it came from, which must be alive; null is ignored.
     static void FreeAny(void* p);
-    /// Gives chunks without a block in use back to the system, the oldest first. Of those it keeps what is needed beside
-    /// the free slices of the other chunks, so @p keep is rounded up to whole chunks.
+    /// Gives chunks without a block in use back to the system. Of those it keeps the oldest, as many as are needed beside the
+    /// free slices of the other chunks, so @p keep is rounded up to whole chunks.
     ///
     /// Throws `std::bad_alloc` if there is no memory to note the chunks; then nothing has changed.
     /// @param keep  how many free slices to keep, if there are so many; 0 gives back every chunk that can be

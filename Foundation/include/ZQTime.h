@@ -16,8 +16,7 @@
 ///
 /// @code
 /// ZQTimeMeter meter;
-/// ZQDateTime due;                                        // now
-/// due.AddDays(14);
+/// ZQDateTime due(std::time(nullptr) + 14 * 86400L);      // in two weeks, summer or not
 /// char text[32];
 /// std::printf("due on %s\n", due.Format(DTF_YYYY_MM_DD, text, sizeof text));
 /// std::printf("%lu ms\n", meter.GetElapsed());
@@ -57,16 +56,19 @@ enum EnumDTFormat : int
 ///
 /// | state   | how                                                    | IsValid() | Format()   |
 /// |---------|--------------------------------------------------------|-----------|------------|
-/// | valid   | made of the clock, of an instant, of fields in range   | `true`    | the text   |
+/// | valid   | made of the clock, of fields in range, of an instant in the local years 1970 to 2999 | `true`    | the text   |
 /// | unset   | made of fields out of range                            | `false`   | null       |
-/// | invalid | parsed or shifted to a field out of range              | `false`   | null       |
+/// | invalid | made of another instant, parsed or shifted to a field out of range | `false`   | null       |
 ///
-/// Operations return whether they are done; if not, the value is as before, except after a failed SetFromFormat(). Nothing
-/// throws, ends the process or prints.
+/// Operations return whether they are done; if not, the value is as before, except after a failed SetFromFormat(). No
+/// operation on a value throws or ends the process, and none prints but for what the command of SetLocalTime() may write.
 ///
 /// Summer: fields are always taken as standard time. In a zone with daylight saving a summer value therefore names an
-/// instant one hour late: GetEpochTime() is an hour too large, each shift by days, hours, seconds or whole seconds of
-/// milliseconds, be it 0 seconds, moves the value an hour on, and SetLocalTime() sets the clock an hour ahead. Values are
+/// instant late by the saving, usually an hour: GetEpochTime() is that much too large, each shift by days, hours, seconds or
+/// whole seconds of milliseconds, be it 0 seconds, moves the value on by it, and SetLocalTime() sets the clock ahead. In the
+/// last hour of a summer day the day of the week is that of the next day, and a shift by months goes a day on as well, to the
+/// first of the month where it was the last. (Where a zone's rules call winter the changed time, it is winter values that are
+/// off.) Values are
 /// compared alike, so their order is that of their fields, but the hour that occurs twice in autumn is not told apart. To be
 /// exact in such a zone, keep instants as `time_t`, calculate with those and show them with SetEpochTime(), which knows
 /// summer.
@@ -86,7 +88,7 @@ public:
     ZQDateTime(int year, int month, int day, int hour, int minute, int second, int millisecond);
     /// The local time of an instant, as by SetEpochTime(); unset if that refuses it.
     /// @param epochSeconds  seconds since 1970-01-01 UTC
-    explicit ZQDateTime(const long& epochSeconds);
+    ZQDateTime(const long& epochSeconds);
     /// Copies all fields and the text of the last Format() without a buffer.
     ZQDateTime(const ZQDateTime& other);
     /// Copies all fields and the text of the last Format() without a buffer.
@@ -125,7 +127,7 @@ public:
     /// The same as GetEpochTime().
     long Timestamp() const;
     /// Loads the local time of an instant; the milliseconds become 0. Over `localtime_r(3)`, with summer taken into account.
-    /// @param epochSeconds  seconds since 1970-01-01 UTC; negative ones, -1 too, are fine, but are not valid before 1970
+    /// @param epochSeconds  seconds since 1970-01-01 UTC; any, though the value is valid in the local years 1970 to 2999 only
     /// @return `false`, with nothing changed, if its year cannot be expressed
     bool SetEpochTime(long epochSeconds);
     /// Whether the hour is below 12.
@@ -148,18 +150,20 @@ public:
     ///
     /// December comes out as month 0 of the year after, which prints as "00" though it is the right instant; June plus 6
     /// months is an example, and so is December plus 0. Where that may happen, SubMonths() with `-n` gives month 12 instead.
-    /// Going back with a negative @p n gives month 0 or a negative one, which is invalid: use SubMonths(). The year has no
-    /// bounds.
+    /// Going back past January with a negative @p n gives month 0, or a negative one, which is invalid: use SubMonths(). With
+    /// a month outside 1 to 12 the day is not cut but becomes the regular one, so that 31 March less 4 months names a day in
+    /// November. The year has no bounds.
     /// @return `false`, with nothing changed, where Assign() fails on the instant
     bool AddMonths(int n);
     /// Goes @p n months back and cuts the day as AddMonths() does. With a negative @p n the month may become 13 to 23, which
-    /// is valid but prints as it is. No bounds on the year.
+    /// is valid but prints as it is, with the regular day instead of a cut one. No bounds on the year.
     /// @return `false`, with nothing changed, where Assign() fails on the instant
     bool SubMonths(int n);
     /// Goes @p n times 86400 seconds on, which makes every field regular: 30 February plus 0 days is a day in March. Mind
     /// summer, above.
     /// @param n  at most 24855 either way: more wraps
-    /// @return `false`, with nothing changed, if the year cannot be expressed
+    /// @return `false`, with nothing changed, if the year cannot be expressed. Fields that name no instant are taken for the
+    ///         instant -1.
     bool AddDays(int n);
     /// The mirror of AddDays().
     bool SubDays(int n);
@@ -216,7 +220,7 @@ public:
     /// Writes two layouts with a text between them.
     /// @param dateFmt  the layout of the first part; a time is fine too
     /// @param timeFmt  the layout of the second part; a date is fine too
-    /// @param sep      what stands between them; not null, nor the object's own text
+    /// @param sep      what stands between them; not null, and not part of what is written to
     /// @param buf      receives the text, all of its @p len bytes being zeroed first; null for the object's own
     /// @param len      size of @p buf in bytes; not looked at without one
     /// @return the text, less its last character if it just fits with the null behind it; or null, with nothing written, if
@@ -231,6 +235,7 @@ public:
     /// into `ZQDateTime(0L)` to have them 0: an object made by default has those of now, and an unset one stays invalid.
     ///
     /// Numbers are not checked: "2024-13-45" is done and stored, with the day of the week of what it comes to. Ask IsValid().
+    /// One beyond 32 bits comes out as another, perhaps a valid one.
     /// @{
 
     /// Parses a date or a time.

@@ -81,8 +81,8 @@ bool ZQDateTime::MoveToMonth(int year, int month)
     return true;
 }
 
-// The days, hours and seconds do not ask whether the fields name an instant: -1 is one, and going on from it is right. A
-// product of 32 bits may wrap to its most negative value, so subtracting is not adding the negative.
+// The days, hours and seconds do not ask whether the fields name an instant: -1 is one, and going on from it is right; fields
+// that name none are taken for it. A product of 32 bits may wrap to its most negative value, so subtracting is not adding the negative.
 
 bool ZQDateTime::AddDays(int n)
 {
