@@ -127,7 +127,7 @@ private:
 /// when there is nothing to do.
 ///
 /// Threads: any operation from any thread, also from inside a task, but JoinAll() and the destructor not from the pool's
-/// own workers. Workers are called `ZQPool`.
+/// own workers. A task must neither throw nor end its thread. Workers are called `ZQPool`.
 class ZQ_API ZQThreadPool
 {
 public:
@@ -150,10 +150,11 @@ public:
     /// @return `false` if the pool is stopped: then nothing is queued. Ends the process if a worker is wanted and the
     ///         platform has no thread to give.
     bool Start(TaskFunction fn, void* arg);
-    /// Whether @p threadId belongs to a worker of this pool, also to one that has ended and is not joined yet.
+    /// Whether @p threadId belongs to a worker of this pool, also to one that has ended and is not joined yet. After JoinAll()
+    /// the workers have no thread, so that -1 belongs to them.
     bool IsSelfThread(long threadId);
     /// Makes @p n the most workers, if it is above 0: it replaces the maximum and does not add to it. Takes no lock; tasks
-    /// that wait get a new worker when the next one is queued or taken.
+    /// that wait get a new worker when the next one is queued or taken. A lower maximum ends no worker.
     void AddCapacity(int n);
     /// The number of workers that are alive; takes no lock.
     int GetCapacity() const;

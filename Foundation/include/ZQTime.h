@@ -326,8 +326,11 @@ private:
 /// all workers are busy. The interval runs on the monotonic clock, which stands still while the machine is suspended.
 ///
 /// Threads: any operation from any thread, also from inside callbacks, which run without a lock of the library held. A
-/// callback may stop, start and destroy its own timer; it must not touch a timer that it has destroyed. What Stop() does not
-/// wait for is its caller's care: see there.
+/// callback may stop, start and destroy its own timer; it must not touch a timer that it has destroyed, and it must neither
+/// throw nor end its thread. What Stop() does not wait for is its caller's care: see there.
+///
+/// A module that still runs when the library is unloaded, by `dlclose(3)` or `exit(3)`, is ended as by the last
+/// ModuleUninit(); no other thread may use timers from then on.
 class ZQ_API ZQTimer
 {
 public:
@@ -338,18 +341,20 @@ public:
     /// It is counted. A call while another thread takes the module down waits for that, so it must not come from inside a
     /// callback unless the module is held otherwise.
     /// @param nThreads  the most workers, less than 1: 2 for each processor and 3 more; of the first user alone
-    /// @return `false` if the platform has no thread to give: then it does not count
+    /// @return `false` if the platform has no service thread to give: then it does not count. A worker that cannot be started
+    ///         later ends the process.
     static bool ModuleInit(int nThreads);
     /// Gives up the module; the last user's call waits for running callbacks and stops the service thread and the workers.
     /// Timers that are still started do not run any more, also not when the module is taken up again, until they are stopped
-    /// and started anew. Not the last one from inside a callback, for which it would wait. One call more than ModuleInit()
+    /// and started anew. Not the last one from inside a callback, whose thread it would free. One call more than ModuleInit()
     /// succeeded ends the process with "v>=0".
     static void ModuleUninit();
 
     /// Makes a timer that does nothing yet.
     /// @param id  kept for GetTimerID(), without meaning for the library
     explicit ZQTimer(long id);
-    /// Stops the timer as by Stop(true). From inside its own callback it does not wait.
+    /// Stops the timer as by Stop(true), again if its callback has started it meanwhile. A callback that Stop() does not wait
+    /// for, this does not wait for either.
     ~ZQTimer();
     ZQTimer(const ZQTimer&) = delete;
     ZQTimer& operator=(const ZQTimer&) = delete;
@@ -365,11 +370,13 @@ public:
     ///                 passed); `false`: after one interval
     /// @return `false` before Init()
     bool Start(bool fireNow);
-    /// Stops the timer; a run that was due and has not begun is taken back.
+    /// Stops the timer; a run that was due and that no worker has taken yet is taken back.
     ///
-    /// A timer that is not started is left alone, whatever @p wait says. So when Stop(false) was called before, or another
-    /// thread stops at the same time, a callback may still be running after this: do not destroy the timer or what its
-    /// callback uses until it has returned. Nor is a callback waited for once the module has been given up.
+    /// A timer that is not started is left alone, whatever @p wait says. So when Stop(false) was called before, when another
+    /// thread stops at the same time, or when the callback has stopped its timer itself, a callback may still be running, or
+    /// about to begin, after this: do not destroy the timer or what its callback uses until it has returned. Nor is a
+    /// callback waited for once the module has been given up. A callback that starts its own timer undoes the stop that waits
+    /// for it.
     /// @param wait  `true`: return when a running callback has returned, but not from inside it
     void Stop(bool wait);
     /// The identifier given at construction.
@@ -380,6 +387,8 @@ public:
 private:
     friend class ZQTimerGlobal;
     struct _StruShared;
+
+    bool IsStarted();
 
     const long m_lTimerID;
     bool m_bStarted;

@@ -62,7 +62,10 @@ ZQTimer::ZQTimer(long id)
 
 ZQTimer::~ZQTimer()
 {
-    Stop(true);
+    do
+    {
+        Stop(true);
+    } while (IsStarted());  // by the callback that it has waited for
     if (m_pShared != nullptr)
     {
         m_pShared->node.data = nullptr;
@@ -103,8 +106,17 @@ bool ZQTimer::Start(bool fireNow)
         m_meter.Reset();
     }
     m_bStarted = true;
-    s_csTimerGlobal.Insert(this);
-    return true;
+    if (!s_csTimerGlobal.Insert(this))
+    {
+        m_bStarted = false;
+    }
+    return m_bStarted;
+}
+
+bool ZQTimer::IsStarted()
+{
+    ZQAutoMutex lock(m_mutex);
+    return m_bStarted;
 }
 
 void ZQTimer::Stop(bool wait)

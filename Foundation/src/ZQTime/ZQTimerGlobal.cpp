@@ -3,6 +3,8 @@
 #include "ZQCheck.h"
 #include "ZQOSApi.h"
 
+#include <new>
+
 namespace
 {
 constexpr int ScanMs = 5;
@@ -18,9 +20,8 @@ ZQTimerGlobal::ZQTimerGlobal() : m_pPool(nullptr), m_nInit(0)
 
 ZQTimerGlobal::~ZQTimerGlobal()
 {
+    ZQAutoMutex module(m_mutexModule);
     StopThreads();
-    ZQAutoMutex lock(m_mutex);
-    DropDue();
 }
 
 bool ZQTimerGlobal::Init(int nThreads)
@@ -34,7 +35,15 @@ bool ZQTimerGlobal::Init(int nThreads)
     {
         nThreads = 2 * ZQGetCPUProcessorNumber() + 3;
     }
-    m_pPool = new ZQThreadPool(PoolMinThreads, nThreads, PoolIdleSeconds);
+    try
+    {
+        m_pPool = new ZQThreadPool(PoolMinThreads, nThreads, PoolIdleSeconds);
+    }
+    catch (const std::bad_alloc&)
+    {
+        ZQAtomicDec(&m_nInit);
+        return false;
+    }
     if (m_thread.Start(ThreadProxy, this))
     {
         return true;
@@ -57,7 +66,6 @@ void ZQTimerGlobal::Uninit()
     StopThreads();
     ZQAutoMutex lock(m_mutex);
     m_setTimers.clear();
-    DropDue();
 }
 
 bool ZQTimerGlobal::IsUp() const
@@ -65,10 +73,18 @@ bool ZQTimerGlobal::IsUp() const
     return ZQAtomicGet(&m_nInit) >= 1;
 }
 
-void ZQTimerGlobal::Insert(ZQTimer* pTimer)
+bool ZQTimerGlobal::Insert(ZQTimer* pTimer)
 {
     ZQAutoMutex lock(m_mutex);
-    m_setTimers.insert(pTimer);
+    try
+    {
+        m_setTimers.insert(pTimer);
+        return true;
+    }
+    catch (const std::bad_alloc&)
+    {
+        return false;
+    }
 }
 
 void ZQTimerGlobal::Withdraw(ZQTimer* pTimer)
@@ -166,6 +182,11 @@ void ZQTimerGlobal::StopThreads()
 {
     m_thread.Stop();
     m_thread.Join();
+    {
+        // Before the pool ends: a callback may wait in Stop(true) for a run that no worker will take any more.
+        ZQAutoMutex lock(m_mutex);
+        DropDue();
+    }
     delete m_pPool;  // waits for running callbacks
     m_pPool = nullptr;
 }

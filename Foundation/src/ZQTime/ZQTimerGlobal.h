@@ -30,7 +30,8 @@ struct ZQTimer::_StruShared
 
 /// The timer module: the service thread that looks at the started timers, and the pool whose workers run the callbacks.
 ///
-/// Locks: that of the module's count, a timer's, m_mutex, a shared state's. m_pPool and m_thread change under the first.
+/// Locks: that of the module's count, a timer's, m_mutex, and then a shared state's or those of the pool and its threads.
+/// m_pPool and m_thread change under the first.
 class ZQTimerGlobal
 {
 public:
@@ -46,8 +47,8 @@ public:
     void Uninit();
     /// Whether anybody holds the module.
     bool IsUp() const;
-    /// Has the service thread look at @p pTimer from now on.
-    void Insert(ZQTimer* pTimer);
+    /// Has the service thread look at @p pTimer from now on. @return `false` without memory
+    bool Insert(ZQTimer* pTimer);
     /// Has it look no more, and takes back a run that no worker has taken yet.
     void Withdraw(ZQTimer* pTimer);
 
@@ -65,13 +66,13 @@ private:
     void Scan();
     void HandOut(ZQTimer* pTimer) ZQ_REQUIRES(m_mutex);
     ZQTimer* TakeDue();
-    void StopThreads();
+    void StopThreads() ZQ_REQUIRES(m_mutexModule);
     void DropDue() ZQ_REQUIRES(m_mutex);
 
     ZQThreadPool* m_pPool;
     long m_nInit;  // users of the module; changed by the atomic functions alone
     ZQThread m_thread;
-    ZQMutex m_mutex;
+    ZQMutex m_mutex ZQ_ACQUIRED_AFTER(m_mutexModule);
     std::set<ZQTimer*> m_setTimers ZQ_GUARDED_BY(m_mutex);  // the started ones
     ZxxListInner<ZQTimer*>
         m_lstDue ZQ_GUARDED_BY(m_mutex);  // handed out and not taken, the newest first; nodes of the timers
