@@ -1,31 +1,23 @@
 #include "ZQOSApi.h"
 
-#include <atomic>
-#include <gtest/gtest.h>
-#include <thread>
+#include "support/Threads.h"
 
-namespace {
 constexpr long Rounds = 500000;
 
-/// Runs @p action many times in each of two threads, which wait for each other now and then, lest one runs after the other.
-/// It is given the number of the thread.
-template <typename Action> void Race(Action action) {
+/// Runs `action(0)` and `action(1)` many times in two threads, which wait for each other now and then, lest one runs first.
+template <class Action> static void Race(Action action) {
     constexpr long RoundsAtOnce = 5000;
     std::atomic<long> arrived{0};
-    const auto run = [&](int thread) {
+    InThreads(2, [&](int thread) {
         for (long i = 0; i < Rounds; ++i) {
             if (i % RoundsAtOnce == 0) {
                 ++arrived;
-                while (arrived < 2 * (i / RoundsAtOnce + 1)) { std::this_thread::yield(); }
+                Await([&] { return arrived >= 2 * (i / RoundsAtOnce + 1); });
             }
             action(thread);
         }
-    };
-    std::thread other(run, 0);
-    run(1);
-    other.join();
+    });
 }
-}  // namespace
 
 TEST(ZQAtomicTest, ReturnsTheNewOrTheOldValue) {
     constexpr long Wide = 1L << 40;
@@ -39,7 +31,6 @@ TEST(ZQAtomicTest, ReturnsTheNewOrTheOldValue) {
     EXPECT_EQ(ZQAtomicGet(&cell), Wide | 5);
     EXPECT_TRUE(ZQAtomicCompareExchange(&cell, Wide | 5, -1));
     EXPECT_EQ(ZQAtomicGet(&cell), -1);
-
     void* volatile pointer = nullptr;
     ZQAtomicPointerSet(&pointer, &cell);
     EXPECT_FALSE(ZQAtomicCompareExchangePointer(&pointer, nullptr, nullptr));

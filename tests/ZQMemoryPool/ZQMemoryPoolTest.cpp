@@ -1,17 +1,17 @@
 #include "ZQMemoryPool.h"
+#include "ZQRefCountedObject.h"
 
 #include "support/Fatal.h"
+#include "support/Threads.h"
 
 #include <algorithm>
 #include <climits>
 #include <cstdint>
 #include <cstring>
-#include <gtest/gtest.h>
 #include <list>
+#include <memory>
 #include <random>
-#include <vector>
 
-namespace {
 constexpr std::size_t Header = 16;
 
 struct Chunk {
@@ -20,8 +20,8 @@ struct Chunk {
     std::vector<char*> free;  // in the order of the chunk's list
 };
 
-/// A slow pool that searches all of its slices. It tells where each block has to lie, but for the first block of a chunk,
-/// which tells it where the chunk lies.
+/// A slow pool that searches all of its slices and tells where each block has to lie. A chunk's first block tells it where
+/// the chunk lies.
 struct Model {
     char* Malloc(unsigned n, char* actual) {
         const auto apart = [this](const char* slice, const char* next) { return next != slice + unit; };
@@ -59,8 +59,8 @@ struct Model {
         count += n;
     }
     void Shrink(unsigned keep) {
-        for (const bool unused : {false, true})  // the free slices beside blocks in use count first
-        {
+        // The free slices beside blocks in use count first.
+        for (const bool unused : {false, true}) {
             chunks.remove_if([&](Chunk& chunk) {
                 const auto free = static_cast<unsigned>(chunk.free.size());
                 const bool goes = unused && free == chunk.slices && keep == 0;
@@ -83,26 +83,25 @@ struct Model {
     std::list<Chunk*> listed;  // the last to get a free slice first; full ones do no harm
 };
 
-char* ChunkOf(const void* block) {
+static char* ChunkOf(const void* block) {
     char* chunk;
     std::memcpy(&chunk, static_cast<const char*>(block) - Header, sizeof chunk);
     return chunk;
 }
 
 /// Sets the count of free slices of a block's chunk, which only a stray write of the program does.
-void ForgeFreeCount(const void* block, std::uint16_t count) { std::memcpy(ChunkOf(block) + 26, &count, sizeof count); }
-}  // namespace
+static void ForgeFreeCount(const void* block, std::uint16_t count) {
+    std::memcpy(ChunkOf(block) + 26, &count, sizeof count);
+}
 
 TEST(ZQMemoryPoolTest, BehavesAsTheSlowModel) {
-    const struct {
-        unsigned sliceSize, unit, next, max;
-        bool ordered;
-    } cases[] = {{24, 48, 12, 0, false}, {32, 48, 12, 0, true}, {1, 32, 16, 90, false}, {16, 32, 16, 64, true}};
-    for (const auto& c : cases) {
-        SCOPED_TRACE(testing::Message() << "ordered " << c.ordered << ", limit " << c.max);
+    const std::tuple<unsigned, unsigned, unsigned, unsigned, bool> cases[] = {
+        {24, 48, 12, 0, false}, {32, 48, 12, 0, true}, {1, 32, 16, 90, false}, {16, 32, 16, 64, true}};
+    for (const auto& [sliceSize, unit, next, max, ordered] : cases) {
+        SCOPED_TRACE(testing::Message() << "ordered " << ordered << ", limit " << max);
         std::mt19937 random(20240607);
-        ZQMemoryPool pool(c.sliceSize, c.next, c.max, c.ordered);
-        Model model{c.unit, c.next, c.max, c.ordered, 0, 0, {}, {}};
+        ZQMemoryPool pool(sliceSize, next, max, ordered);
+        Model model{unit, next, max, ordered, 0, 0, {}, {}};
         std::vector<std::pair<char*, std::vector<char>>> blocks;  // and what was written there
         for (unsigned step = 0; step < 10000 && !HasFailure(); ++step) {
             const unsigned wave = step / 500 % 2 == 0 ? 60 : 40;  // the pool fills and empties by turns
@@ -113,7 +112,7 @@ TEST(ZQMemoryPoolTest, BehavesAsTheSlowModel) {
                 ASSERT_EQ(slice, model.Malloc(n, slice));
                 if (memory != nullptr) {
                     EXPECT_EQ(reinterpret_cast<std::uintptr_t>(memory) % 16, 0U);
-                    blocks.emplace_back(memory, std::vector<char>(n * c.unit - Header, static_cast<char>(random())));
+                    blocks.emplace_back(memory, std::vector<char>(n * unit - Header, static_cast<char>(random())));
                     std::copy(blocks.back().second.begin(), blocks.back().second.end(), memory);
                 }
             } else if (!blocks.empty()) {
@@ -121,7 +120,7 @@ TEST(ZQMemoryPoolTest, BehavesAsTheSlowModel) {
                 const auto& [memory, bytes] = blocks.back();
                 EXPECT_TRUE(std::equal(bytes.begin(), bytes.end(), memory));
                 random() % 2 == 0 ? pool.Free(memory) : ZQMemoryPool::FreeAny(memory);
-                model.Free(memory - Header, static_cast<unsigned>((bytes.size() + Header) / c.unit));
+                model.Free(memory - Header, static_cast<unsigned>((bytes.size() + Header) / unit));
                 blocks.pop_back();
             }
             if (random() % 50 == 0) {
@@ -136,30 +135,28 @@ TEST(ZQMemoryPoolTest, BehavesAsTheSlowModel) {
 }
 
 TEST(ZQMemoryPoolTest, CountsAsItIsTold) {
-    const struct {
-        unsigned sliceSize, next, max, bytes;     // given
-        unsigned slices, total, nextNow, maxNow;  // found
-    } cases[] = {
+    using U = unsigned;
+    const std::tuple<U, U, U, U, U, U, U, U> cases[] = {
         {24, 0, 0, 0, 1, 32, 32, 0},        {24, 0, 10, 24, 1, 32, 32, 10},
         {24, 32, 10, 25, 2, 32, 32, 32},    {0, 70000, 5, 0, 1, 65535, 70000, 70000},
         {0, 1, 0, 1, 0, 0, 1, 0},           {1, 1, 2, 65535, 65535, 65535, 1, 2},
         {1, 1, 0, 65536, 0, 0, 1, 0},       {1, 1, 0, UINT_MAX, 0, 0, 1, 0},
         {4294967265U, 1, 0, 1, 0, 0, 1, 0}, {4294967264U, 65535, 0, 1, 0, 0, 65535, 0},  // more than the heap has
     };
-    for (const auto& c : cases) {
-        SCOPED_TRACE(testing::Message() << c.bytes << " bytes in slices of " << c.sliceSize);
-        ZQMemoryPool pool(c.sliceSize, c.next, c.max, false);
+    for (const auto& [sliceSize, next, max, bytes, slices, total, nextNow, maxNow] : cases) {  // half given, half found
+        SCOPED_TRACE(testing::Message() << bytes << " bytes in slices of " << sliceSize);
+        ZQMemoryPool pool(sliceSize, next, max, false);
         EXPECT_EQ(pool.Malloc(0), nullptr);
-        const char* const memory = static_cast<char*>(pool.MallocEx(c.bytes));
-        EXPECT_EQ(memory != nullptr, c.slices != 0);
+        const char* const memory = static_cast<char*>(pool.MallocEx(bytes));
+        EXPECT_EQ(memory != nullptr, slices != 0);
         EXPECT_TRUE(memory == nullptr || memory - ChunkOf(memory) < 64) << "slices start at byte 32 to 47";
-        EXPECT_EQ(pool.GetTotalCount(), c.total);
-        EXPECT_EQ(pool.GetTotalCount() - pool.GetFreeCount(), c.slices);
-        EXPECT_EQ(pool.GetNextCount(), c.nextNow);
-        pool.SetMaxCount(c.nextNow);
-        EXPECT_EQ(pool.GetMaxCount(), c.maxNow) << "a value that is not above the next count is ignored";
-        pool.SetMaxCount(c.nextNow + 1);
-        EXPECT_EQ(pool.GetMaxCount(), c.nextNow + 1);
+        EXPECT_EQ(pool.GetTotalCount(), total);
+        EXPECT_EQ(pool.GetTotalCount() - pool.GetFreeCount(), slices);
+        EXPECT_EQ(pool.GetNextCount(), nextNow);
+        pool.SetMaxCount(nextNow);
+        EXPECT_EQ(pool.GetMaxCount(), maxNow) << "a value that is not above the next count is ignored";
+        pool.SetMaxCount(nextNow + 1);
+        EXPECT_EQ(pool.GetMaxCount(), nextNow + 1);
     }
 }
 
@@ -167,16 +164,35 @@ TEST(ZQMemoryPoolDeathTest, BrokenCountsAreReported) {
     ZQMemoryPool pool(24, 2, 0, false);
     void* const block = pool.Malloc(1);
     void* const other = pool.Malloc(1);
-    ExpectAbort([&] { ForgeFreeCount(block, 2), pool.Free(block); },
-                "Foundation/src/ZQMemoryPool:334: void ZQMemoryPool::AddOrdered\\(void\\*, unsigned int, void\\*\\): "
-                "Assertion `pCHK->nFrees<=pCHK->nPartition' failed");
-    ExpectCrash([&] { ForgeFreeCount(block, 2), pool.ShrinkMemory(0); },
-                "_Abort: prev, Foundation/src/ZQMemoryPool, 132\n");
     const auto loseSlice = [&] {
         pool.Free(other);
         ForgeFreeCount(block, 2);
         pool.ShrinkMemory(0);  // takes two free slices off, where there was one
         pool.Malloc(2);
     };
+    ExpectAbort([&] { ForgeFreeCount(block, 2), pool.Free(block); },
+                "Foundation/src/ZQMemoryPool:334: void ZQMemoryPool::AddOrdered\\(void\\*, unsigned int, void\\*\\): "
+                "Assertion `pCHK->nFrees<=pCHK->nPartition' failed");
+    ExpectCrash([&] { ForgeFreeCount(block, 2), pool.ShrinkMemory(0); },
+                "_Abort: prev, Foundation/src/ZQMemoryPool, 132\n");
     ExpectCrash(loseSlice, "_Abort: m_nFree>=n, Foundation/src/ZQMemoryPool, 354\n");
+}
+
+TEST(ZQRefCountedObjectTest, LastReleaseOfAnyThreadDeletes) {
+    struct Shared : ZQRefCountedObject {
+        const std::shared_ptr<int> alive = std::make_shared<int>(0);
+    };
+    const Shared* object = new Shared;
+    const std::weak_ptr<int> alive = object->alive;
+    EXPECT_EQ(object->ReferenceCount(), 1);
+    EXPECT_EQ(object->Duplicate(), 2);
+    InThreads(2, [&](int) {
+        for (int i = 0; i < 10000; ++i) {
+            object->Duplicate();
+            object->Release();
+        }
+        EXPECT_FALSE(alive.expired());
+        object->Release();
+    });
+    EXPECT_TRUE(alive.expired());
 }

@@ -1,124 +1,64 @@
-#include "ZQThreadPool.h"
-
-#include "support/Allocations.h"
 #include "support/Fatal.h"
 #include "support/Threads.h"
-#include "support/Workers.h"
 
 #include "ZQOSApi.h"
 
 #include <algorithm>
-#include <atomic>
-#include <chrono>
-#include <gtest/gtest.h>
 #include <memory>
-#include <thread>
-#include <vector>
 
-namespace {
-struct Unref {
-    void operator()(ZQRefThreadPool* pool) const { pool->Unref(); }
-};
-using PoolPtr = std::unique_ptr<ZQRefThreadPool, Unref>;
-
-void ArriveAt(void* pGate, long) { static_cast<Gate*>(pGate)->Arrive(); }
-
-void SleepMs(int ms) { std::this_thread::sleep_for(std::chrono::milliseconds(ms)); }
-}  // namespace
+/// A pool that goes with the pointer.
+static std::shared_ptr<ZQRefThreadPool> MakePool(int nMaxThreads, int nIdleSeconds) {
+    return {ZQRefThreadPool::Create(nMaxThreads, nIdleSeconds), [](ZQRefThreadPool* pool) { pool->Unref(); }};
+}
 
 TEST(ZQRefThreadPoolTest, AutomaticFigures) {
     const int automatic = std::clamp(2 * ZQGetCPUProcessorNumber() + 1, 16, 64);
-    const struct {
-        int maximum, seconds, expectedMaximum, expectedMinimum, expectedMs;
-    } cases[] = {
-        {0, 120, automatic, automatic / 2 + 1, 120000},
-        {-5, 0, automatic, automatic / 2 + 1, 0},
-        {1, 1, 1, 1, 1000},
-        {200, -1, 200, 101, -1000},
-        {4, 2147484, 4, 3, static_cast<int>(2147484000U)},  // wraps
-    };
-    for (const auto& c : cases) {
-        SCOPED_TRACE(c.maximum);
-        const PoolPtr pool(ZQRefThreadPool::Create(c.maximum, c.seconds));
-        EXPECT_EQ(pool->m_nMaxThreads, c.expectedMaximum);
-        EXPECT_EQ(pool->m_nMinThreads, c.expectedMinimum);
-        EXPECT_EQ(pool->m_nIdleTimeout, c.expectedMs);
-        EXPECT_EQ(pool->GetCapacity(), 0);
+    const int wrapped = static_cast<int>(2147484000U);
+    const std::tuple<int, int, int, int> cases[] = {{0, 120, automatic, 120000},
+                                                    {-5, 0, automatic, 0},
+                                                    {1, 1, 1, 1000},
+                                                    {200, -1, 200, -1000},
+                                                    {5, 2147484, 5, wrapped}};
+    for (const auto& [maximum, seconds, most, milliseconds] : cases) {
+        SCOPED_TRACE(maximum);
+        const auto pool = MakePool(maximum, seconds);
+        EXPECT_EQ(pool->m_nMaxThreads, most);
+        EXPECT_EQ(pool->m_nMinThreads, most / 2 + 1);
+        EXPECT_EQ(pool->m_nIdleTimeout, milliseconds);
     }
 }
 
-TEST(ZQRefThreadPoolTest, GrowsToItsMaximumAndKeepsTheOrder) {
-    const PoolPtr pool(ZQRefThreadPool::Create(2, 0));
-    Block blocks[2];
-    for (int i = 0; i < 2; ++i) {
-        EXPECT_TRUE(pool->Start(Block::Run, &blocks[i]));
-        blocks[i].entered.WaitFor(1);
-        EXPECT_EQ(pool->GetCapacity(), i + 1);
-    }
-    struct Step {
-        std::vector<Step*>* order;
-        Gate* done;
-    };
-    std::vector<Step*> order;
-    Gate done;
-    std::vector<Step> steps(100, Step{&order, &done});
-    for (Step& step : steps) {
-        EXPECT_TRUE(pool->Start(
-            [](void* p, long threadId) {
-                EXPECT_EQ(threadId, ZQThread::GetCurrentThreadID());
-                static_cast<Step*>(p)->order->push_back(static_cast<Step*>(p));
-                static_cast<Step*>(p)->done->Arrive();
-            },
-            &step));
-    }
-    EXPECT_EQ(pool->GetCapacity(), 2);
-    blocks[0].Finish();  // one worker: the tasks run one after the other
-    done.WaitFor(100);
-    for (size_t i = 0; i < steps.size(); ++i) { EXPECT_EQ(order[i], &steps[i]); }
-    blocks[1].Finish();
-}
-
-TEST(ZQRefThreadPoolTest, PicksTheWorkerThatWasBusyLast) {
-    const PoolPtr pool(ZQRefThreadPool::Create(3, 0));
+TEST(ZQRefThreadPoolTest, GrowsToItsMaximumAndKeepsTheOrderAndTheBusiestWorker) {
+    const auto pool = MakePool(3, 0);
     Block blocks[3];
     for (Block& block : blocks) {
-        pool->Start(Block::Run, &block);
-        block.entered.WaitFor(1);
+        EXPECT_EQ(pool->GetCapacity(), &block - blocks);
+        block.Occupy(*pool);
     }
+    Gate done;
+    std::vector<Turn> turns(102, Turn{&done});
+    for (size_t i = 0; i < 100; ++i) { EXPECT_TRUE(pool->Start(Turn::Take, &turns[i])); }
     for (Block& block : blocks) {
         block.Finish();
-        SleepMs(20);  // they become idle in this order
+        done.WaitFor(100);  // one worker: the tasks run one after the other
+        SleepMs(20);        // and the workers become idle one after the other
     }
-    struct Seen {
-        Gate gate;
-        long id = 0;
-    } seen[2];
-    const auto look = [](void* p, long threadId) {
-        static_cast<Seen*>(p)->id = threadId;
-        static_cast<Seen*>(p)->gate.Arrive();
-    };
-    for (Seen& s : seen) {
-        pool->Start(look, &s);
-        s.gate.WaitFor(1);
+    for (int i = 100; i < 102; ++i) {
+        pool->Start(Turn::Take, &turns[static_cast<size_t>(i)]);
+        done.WaitFor(i + 1);
         SleepMs(20);
     }
-    EXPECT_EQ(seen[0].id, seen[1].id);
+    ExpectOrder(turns);
+    EXPECT_EQ(turns[100].threadId, turns[101].threadId);
     EXPECT_EQ(pool->GetCapacity(), 3);
 }
 
 TEST(ZQRefThreadPoolTest, SurplusWorkersEndAfterTheIdleTimeAndAreStartedAnew) {
-    const PoolPtr pool(ZQRefThreadPool::Create(4, 1));  // at least 3 stay
-    const auto occupyAll = [&pool] {
-        Block blocks[4];
-        for (Block& block : blocks) { pool->Start(Block::Run, &block); }
-        for (Block& block : blocks) { block.entered.WaitFor(1); }
-        EXPECT_EQ(pool->GetCapacity(), 4);
-        for (Block& block : blocks) { block.Finish(); }
-        SleepMs(20);
-    };
+    const auto pool = MakePool(4, 1);  // at least 3 stay
     testing::internal::CaptureStdout();
-    occupyAll();
+    WarmUp(*pool, 4, 0);
     const auto start = std::chrono::steady_clock::now();
+    EXPECT_EQ(pool->GetCapacity(), 4);
     while (pool->GetCapacity() > 3) { SleepMs(20); }
     EXPECT_GE(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(950));
     SleepMs(1500);
@@ -127,108 +67,74 @@ TEST(ZQRefThreadPoolTest, SurplusWorkersEndAfterTheIdleTimeAndAreStartedAnew) {
     const std::string printed = testing::internal::GetCapturedStdout();
     EXPECT_EQ(printed.find("threadpool thread  "), 0U) << printed;
     EXPECT_EQ(printed.find(" idle exit.\n"), printed.size() - 12) << printed;
-    occupyAll();
+    WarmUp(*pool, 4, 0);
     EXPECT_EQ(pool->m_listThreads.size(), 4);  // the ended worker's object serves again
 }
 
-TEST(ZQRefThreadPoolTest, CleanTakesOneOwnersTasksInTheirOrder) {
-    const PoolPtr pool(ZQRefThreadPool::Create(1, 0));
+TEST(ZQRefThreadPoolTest, CleanTakesOneOwnersTasksAndTheLastReferenceDropsTheRest) {
+    ZQRefThreadPool* pool = ZQRefThreadPool::Create(1, 0);
     Block block;
-    pool->Start(Block::Run, &block);
-    block.entered.WaitFor(1);
-    const auto owner = [](long n) { return reinterpret_cast<ZQTaskPoolCore*>(n); };
+    block.Occupy(*pool);
+    ZQTaskPoolCore* const owners[2] = {nullptr, reinterpret_cast<ZQTaskPoolCore*>(2)};
     Gate gates[6];
-    for (int i = 0; i < 6; ++i) { pool->Start(ArriveAt, &gates[i], owner(1 + i % 2)); }
+    for (int i = 0; i < 6; ++i) { pool->Start(ArriveAt, &gates[i], owners[i % 2]); }
     ZxxListInner<ZQRefThreadPool::_StruRefTask> taken;
-    pool->Clean(owner(2), taken);
+    pool->Clean(owners[1], taken);
     std::vector<void*> args;
     for (auto it = taken.begin(); it != taken.end(); ++it) { args.push_back((*it).pArg); }
     EXPECT_EQ(args, (std::vector<void*>{&gates[1], &gates[3], &gates[5]}));
+    EXPECT_EQ(pool->m_listTasks.size(), 3);
     pool->FreeCleanResult(taken);
     EXPECT_TRUE(taken.empty());
-    pool->FreeCleanResult(taken);
-
-    Gate last;
-    pool->Start(ArriveAt, &last);
-    block.Finish();
-    last.WaitFor(1);
-    for (int i = 0; i < 6; ++i) { EXPECT_EQ(gates[i].Arrivals(), 1 - i % 2); }
-}
-
-TEST(ZQRefThreadPoolTest, LastReferenceFinishesRunningTasksAndDropsQueuedOnes) {
-    Block block;
-    Gate queued;
-    ZQRefThreadPool* pool = ZQRefThreadPool::Create(1, 0);
-    pool->Start(Block::Run, &block);
-    block.entered.WaitFor(1);
-    pool->Start(ArriveAt, &queued);
-    pool->Ref();
-    pool->Unref();
     std::thread opener([&] {
         while (__atomic_load_n(&pool->m_bRunning, __ATOMIC_RELAXED)) { SleepMs(1); }
-        EXPECT_FALSE(pool->Start(ArriveAt, &queued));
+        EXPECT_FALSE(pool->Start(ArriveAt, &gates[0]));
         block.Finish();
     });
     pool->Unref();
+    EXPECT_EQ(block.left.Arrivals(), 1);
     opener.join();
-    EXPECT_EQ(queued.Arrivals(), 0);
+    for (const Gate& gate : gates) { EXPECT_EQ(gate.Arrivals(), 0); }
 }
 
 TEST(ZQRefThreadPoolTest, CachesKeepTheirBounds) {
-    const PoolPtr pool(ZQRefThreadPool::Create(1, 0));
-    ZxxListInner<ZQRefThreadPool::_StruRefTask> cache;
-    for (int i = 0; i < 100000; ++i) {
-        ZQRefThreadPool::FreeTaskNodeToCache(ZQRefThreadPool::NewTaskNode(nullptr), &cache);
-    }
-    EXPECT_EQ(cache.size(), 100000);
-    ZQRefThreadPool::TaskNode* dropped = ZQRefThreadPool::NewTaskNode(nullptr);
-    ZQRefThreadPool::FreeTaskNodeToCache(dropped, &cache);
+    using Pool = ZQRefThreadPool;
+    const auto pool = MakePool(1, 0);
+    ZxxListInner<Pool::_StruRefTask> cache;
+    for (int i = 0; i < 100000; ++i) { Pool::FreeTaskNodeToCache(Pool::NewTaskNode(nullptr), &cache); }
+    Pool::TaskNode* dropped = Pool::NewTaskNode(nullptr);
+    Pool::FreeTaskNodeToCache(dropped, &cache);
     EXPECT_EQ(cache.size(), 100000);
     EXPECT_FALSE(cache.linked(dropped));
-    ZQRefThreadPool::DelTaskNode(dropped, nullptr);  // dropped, not freed
-    ZQRefThreadPool::TaskNode* first = cache.front_node();
-    ZQRefThreadPool::TaskNode* last = cache.back_node();
-    ZQRefThreadPool::TaskNode* taken = ZQRefThreadPool::CallocTaskNodeFromCache(&cache);
-    EXPECT_EQ(taken, last);
-    ZQRefThreadPool::FreeTaskNodeToCache(taken, &cache);
-    EXPECT_EQ(cache.front_node(), taken);
-    EXPECT_EQ(taken->pNext, first);
-
-    for (int i = 0; i < 200001; ++i) { pool->FreeTPLTaskNode(ZQRefThreadPool::NewTPLTaskNode(nullptr)); }
+    Pool::DelTaskNode(dropped, nullptr);  // dropped, not freed
+    Pool::TaskNode* const last = cache.back_node();
+    EXPECT_EQ(Pool::CallocTaskNodeFromCache(&cache), last);
+    Pool::FreeTaskNodeToCache(last, &cache);
+    EXPECT_EQ(cache.front_node(), last);
+    for (int i = 0; i < 200001; ++i) { pool->FreeTPLTaskNode(Pool::NewTPLTaskNode(nullptr)); }
     EXPECT_EQ(pool->m_listTPLCache.size(), 200000);
-    ZQRefThreadPool::TPLTaskNode* node = pool->GetTPLTaskNode();
-    EXPECT_EQ(pool->m_listTPLCache.size(), 199999);
-    pool->FreeTPLTaskNode(node);
-    EXPECT_EQ(pool->m_listTPLCache.front_node(), node);
+    pool->FreeTPLTaskNode(pool->GetTPLTaskNode());
+    EXPECT_EQ(pool->m_listTPLCache.size(), 200000);
 }
 
 TEST(ZQRefThreadPoolTest, SteadyStreamDoesNotAllocate) {
-    const PoolPtr pool(ZQRefThreadPool::Create(2, 0));
-    std::atomic<long> ran{0};
-    const auto count = [](void* p, long) { static_cast<std::atomic<long>*>(p)->fetch_add(1); };
-    const auto run = [&](long tasks) {
-        const long until = ran.load() + tasks;
-        for (long i = 0; i < tasks; ++i) {
-            while (ran.load() + 500 < until - tasks + i) {
-                std::this_thread::yield();  // no more queued than in the warm-up
-            }
-            pool->Start(count, &ran);
-        }
-        while (ran.load() < until) { std::this_thread::yield(); }
-    };
+    const auto pool = MakePool(2, 0);
     WarmUp(*pool, 2, 600);
-    const long before = AllocationCount();
-    run(100000);
-    EXPECT_EQ(AllocationCount() - before, 0);
+    EXPECT_EQ(AllocationsOfStream([&](void* gate) { return pool->Start(ArriveAt, gate); }), 0);
 }
 
 TEST(ZQRefThreadPoolTest, ProcessWidePoolIsMadeAnewAfterCleanup) {
     ZQRefThreadPool* const loaded = ZQRefThreadPool::Global();
     EXPECT_EQ(loaded->GetCapacity(), 0);
     EXPECT_EQ(loaded->m_nIdleTimeout, 120000);
-    loaded->Ref();
+    Gate gate;
+    ZQTaskPool pool(0, 1);
+    ASSERT_EQ(pool.Init(nullptr, ArriveAt, nullptr, nullptr), 0);
+    EXPECT_EQ(loaded->m_nRefs, 2);
     InThreads(4, [](int) { ZQThreadPoolGlobalCleanup(); });  // one of them releases
     EXPECT_EQ(loaded->m_nRefs, 1);
+    pool.Task(&gate, false);  // the task pool keeps it alive
+    gate.WaitFor(1);
     ZQRefThreadPool* seen[4];
     InThreads(4, [&seen](int i) {
         ZQThreadPoolGlobalInit();
@@ -237,15 +143,13 @@ TEST(ZQRefThreadPoolTest, ProcessWidePoolIsMadeAnewAfterCleanup) {
     EXPECT_NE(seen[0], loaded);
     EXPECT_EQ(std::count(seen, seen + 4, seen[0]), 4);
     EXPECT_EQ(seen[0]->m_nRefs, 1);
-    loaded->Unref();
 }
 
 TEST(ZQRefThreadPoolDeathTest, LastReferenceOnItsOwnWorkerIsReported) {
-    ExpectCrash(
-        [] {
-            ZQRefThreadPool* pool = ZQRefThreadPool::Create(1, 0);
-            pool->Start([](void* p, long) { static_cast<ZQRefThreadPool*>(p)->Unref(); }, pool);
-            SleepMs(60000);
-        },
-        "_Abort: m_nCapacity == 0, Foundation/src/ZQThreadPool, [0-9]+\n");
+    const auto unrefInside = [] {
+        ZQRefThreadPool* pool = ZQRefThreadPool::Create(1, 0);
+        pool->Start([](void* p, long) { static_cast<ZQRefThreadPool*>(p)->Unref(); }, pool);
+        SleepMs(60000);
+    };
+    ExpectCrash(unrefInside, "_Abort: m_nCapacity == 0, Foundation/src/ZQThreadPool, [0-9]+\n");
 }

@@ -1,6 +1,7 @@
 """Runs zqsum on trees of its own: zqsum_test.py [EMULATOR] PROGRAM"""
 import hashlib
 import os
+import pathlib
 import pty
 import signal
 import subprocess
@@ -16,8 +17,8 @@ def expected(files):
     text = b""
     for path, content in sorted(files.items()):
         escaped = path.replace(b"\\", b"\\\\").replace(b"\n", b"\\n").replace(b"\r", b"\\r")
-        digest = hashlib.sha256(content).hexdigest().encode()
-        text += (b"\\" if escaped != path else b"") + digest + b"  " + escaped + b"\n"
+        line = hashlib.sha256(content).hexdigest().encode() + b"  " + escaped + b"\n"
+        text += line if escaped == path else b"\\" + line
     return text
 
 
@@ -27,12 +28,10 @@ class ZqsumTest(unittest.TestCase):
         self.addCleanup(subprocess.run, ["rm", "-rf", self.dir])  # Python's own stops at such depths
 
     def write(self, files, below=b"tree"):
-        """Makes the files, named relative to the directory of the test."""
         for name, content in files.items():
-            path = os.path.join(self.dir, below, name)
-            os.makedirs(os.path.dirname(path), exist_ok=True)
-            with open(path, "wb") as out:
-                out.write(content)
+            path = pathlib.Path(os.fsdecode(os.path.join(self.dir, below, name)))
+            path.parent.mkdir(parents=True, exist_ok=True)
+            path.write_bytes(content)
         return {os.path.join(below, name): content for name, content in files.items()}
 
     def expect(self, status, output, *args, **more):
@@ -73,8 +72,7 @@ class ZqsumTest(unittest.TestCase):
             where = os.open(os.path.basename(path), os.O_RDONLY, dir_fd=where)
             for leaf in (b"f", b"l" * 255):
                 files[path + b"/" + leaf] = b"%d" % len(path) + leaf
-                with open(os.open(leaf, os.O_CREAT | os.O_WRONLY, dir_fd=where), "wb") as out:
-                    out.write(files[path + b"/" + leaf])
+                os.write(os.open(leaf, os.O_CREAT | os.O_WRONLY, dir_fd=where), files[path + b"/" + leaf])
             path += b"/" + b"n" * 108
         readable = {path: content for path, content in files.items() if len(path) < 4096}
         self.assertIn(b": File name too long\n", self.expect(1, expected(readable), "-q", "deep"))
@@ -92,20 +90,17 @@ class ZqsumTest(unittest.TestCase):
             os.chmod(self.dir + b"/tree/closed", 0o444)
             self.assertEqual(self.expect(1, expected(files), "-q", "tree").count(b": Permission denied\n"), 2)
 
-    def test_wrong_usage(self):
+    def test_wrong_usage_and_output(self):
         for args in ([], ["-j", "0", "."], ["-j", "x", "."], ["-j"], ["-z", "."], [".", "--what"]):
             self.assertTrue(self.expect(2, b"", *args))
         self.expect(0, unittest.mock.ANY, "--help")
-
-    def test_output_that_cannot_be_written(self):
         self.write({b"f": b"1"})
         full = os.open("/dev/full", os.O_WRONLY)
         self.assertIn(b"standard output", self.expect(1, None, "tree", stdout=full))
         self.assertIn(b"standard output", self.expect(1, b"", "tree", preexec_fn=lambda: os.close(1)))
 
     def test_interrupt(self):
-        files = self.write({b"%04d" % n: b"" for n in range(2000)})
-        for path in files:
+        for path in self.write({b"%04d" % n: b"" for n in range(2000)}):
             os.truncate(os.path.join(self.dir, path), 1 << 24)
         for number in (signal.SIGINT, signal.SIGTERM):
             terminal, own = pty.openpty()
@@ -120,9 +115,9 @@ class ZqsumTest(unittest.TestCase):
                     process.send_signal(number)  # a second time too, which must not cut the rest short
                 self.assertEqual(process.wait(), 130)
                 lines = os.pread(out.fileno(), 1 << 20, 0).splitlines()
-            self.assertLess(len(lines), len(files))
+            self.assertLess(len(lines), 2000)
             zeros = hashlib.sha256(bytes(1 << 24)).hexdigest().encode()
-            self.assertEqual([text for text in lines if text[:-4] != zeros + b"  tree/"], [])
+            self.assertLessEqual({text[:-4] for text in lines}, {zeros + b"  tree/"})
 
 
 if __name__ == "__main__":

@@ -1,8 +1,6 @@
 #ifndef ZQTESTS_WORKDIR_H
 #define ZQTESTS_WORKDIR_H
 
-#include "TempDir.h"
-
 #include <filesystem>
 #include <fstream>
 #include <set>
@@ -19,22 +17,29 @@ inline std::string Joined(const Texts& texts, const Texts& others = {}) {
     return joined;
 }
 
-/// A directory of its own, with entries of every kind, that is the working directory while it lives.
-class WorkDir : public TempDir {
+/// A directory of its own, with entries of every kind, that is the working directory while it lives and goes with all in it.
+class WorkDir {
 public:
     WorkDir() {
         namespace fs = std::filesystem;
-        fs::current_path(Path());
-        for (const char* path : {"dirs/a/b", "dirs/c", "tree/a/b", "linked", "deep/linked"}) {
-            fs::create_directories(path);
+        std::string path = (fs::temp_directory_path() / "zq-test-XXXXXX").string();
+        fs::current_path(mkdtemp(path.data()));
+        for (const char* dir : {"dirs/a/b", "dirs/c", "tree/a/b", "linked", "deep/linked"}) {
+            fs::create_directories(dir);
         }
-        for (const char* path : {"file", "tree/a/.file", "linked/file"}) { std::ofstream(path) << "12345"; }
+        for (const char* file : {"file", "tree/a/.file", "linked/file"}) { std::ofstream(file) << "12345"; }
         fs::create_symlink("dirs", "link");
         fs::create_symlink("../tree", "linked/link");
         fs::create_symlink("nowhere", "deep/linked/dangling");
         mkfifo("deep/fifo", 0666);
     }
-    ~WorkDir() { std::filesystem::current_path("/"); }
+    ~WorkDir() {
+        const auto path = std::filesystem::current_path();
+        std::filesystem::current_path("/");
+        std::filesystem::remove_all(path);
+    }
+    WorkDir(const WorkDir&) = delete;
+    WorkDir& operator=(const WorkDir&) = delete;
 
     /// The paths of everything in it; links are not followed.
     static Texts Entries() {

@@ -8,11 +8,10 @@ int main(int, char** argv) {
         if (module == nullptr) {
             return std::puts(dlerror()), 1;
         }
-        auto use = reinterpret_cast<bool (*)()>(dlsym(module, "UseThePool"));
-        if (use == nullptr || !use()) {
+        const auto use = reinterpret_cast<bool (*)()>(dlsym(module, "UseThePool"));
+        if (!use() || dlclose(module) != 0) {
             return std::puts("the pool did not work"), 1;
         }
-        dlclose(module);
         if (dlopen(argv[2], RTLD_NOW | RTLD_NOLOAD) != nullptr) {
             return std::puts("the library is still there"), 1;
         }

@@ -1,8 +1,6 @@
 #include <ZQThreadPool.h>
 
-namespace {
-void Arrive(void* data, void*) { __atomic_store_n(static_cast<int*>(data), 1, __ATOMIC_RELEASE); }
-}  // namespace
+static void Arrive(void* data, void*) { __atomic_store_n(static_cast<int*>(data), 1, __ATOMIC_RELEASE); }
 
 /// Uses the process-wide pool, whose workers are idle, not gone, when this returns.
 extern "C" __attribute__((visibility("default"))) bool UseThePool() {
