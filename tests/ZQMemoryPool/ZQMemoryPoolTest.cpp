@@ -187,7 +187,7 @@ TEST(ZQRefCountedObjectTest, LastReleaseOfAnyThreadDeletes) {
     EXPECT_EQ(object->ReferenceCount(), 1);
     EXPECT_EQ(object->Duplicate(), 2);
     InThreads(2, [&](int) {
-        for (int i = 0; i < 10000; ++i) {
+        for (int i = 0; i < 300000; ++i) {
             object->Duplicate();
             object->Release();
         }

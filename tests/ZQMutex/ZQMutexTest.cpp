@@ -177,7 +177,9 @@ TEST(ZQProcessMutexTest, LockFileIsForWritingByItsOwnerAlone) {
             return false;
         }
         ZQProcessMutex first("lock"), second("lock");
-        return second.Lock() == 0;
+        const bool locked = second.Lock() == 0;
+        second.Unlock();
+        return locked;
     }));
     struct stat status;
     ASSERT_EQ(stat("lock", &status), 0);

@@ -6,11 +6,10 @@ TEST(ZQThreadPoolTest, GrowsToItsMaximumAndDropsWhatIsQueuedWhenStopped) {
     {
         ZQThreadPool pool(1, 0, 120);
         EXPECT_TRUE(pool.Start(Block::Run, &block));
-        for (const int n : {0, -3}) { pool.AddCapacity(n); }
         EXPECT_TRUE(pool.Start(Block::Run, &block));
         EXPECT_EQ(pool.GetCapacity(), 0);  // a maximum of 0 starts nobody
         EXPECT_EQ(pool.GetWaits(), 2);
-        pool.AddCapacity(2);
+        for (const int n : {2, 0, -3}) { pool.AddCapacity(n); }
         EXPECT_TRUE(pool.Start(ArriveAt, &never));
         block.entered.WaitFor(2);  // the first worker has passed the second task on
         EXPECT_EQ(pool.GetCapacity(), 2);

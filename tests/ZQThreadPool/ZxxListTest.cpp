@@ -2,8 +2,6 @@
 
 #include "support/Fatal.h"
 
-#include <vector>
-
 template <class List> class ZxxListTest : public testing::Test {
 protected:
     static std::vector<int> Elements(List& list) {

@@ -1,7 +1,6 @@
 #include "support/Fatal.h"
 #include "support/Threads.h"
 
-#include <memory>
 #include <random>
 
 struct TimerModule {

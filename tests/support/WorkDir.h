@@ -22,8 +22,7 @@ class WorkDir {
 public:
     WorkDir() {
         namespace fs = std::filesystem;
-        std::string path = (fs::temp_directory_path() / "zq-test-XXXXXX").string();
-        fs::current_path(mkdtemp(path.data()));
+        fs::current_path(mkdtemp(m_strPath.data()));
         for (const char* dir : {"dirs/a/b", "dirs/c", "tree/a/b", "linked", "deep/linked"}) {
             fs::create_directories(dir);
         }
@@ -34,12 +33,14 @@ public:
         mkfifo("deep/fifo", 0666);
     }
     ~WorkDir() {
-        const auto path = std::filesystem::current_path();
         std::filesystem::current_path("/");
-        std::filesystem::remove_all(path);
+        std::filesystem::remove_all(m_strPath);
     }
     WorkDir(const WorkDir&) = delete;
     WorkDir& operator=(const WorkDir&) = delete;
+
+    /// The absolute path of @p name in it, or its own.
+    std::string Path(const std::string& name = "") const { return name.empty() ? m_strPath : m_strPath + "/" + name; }
 
     /// The paths of everything in it; links are not followed.
     static Texts Entries() {
@@ -49,6 +50,9 @@ public:
         }
         return entries;
     }
+
+private:
+    std::string m_strPath = (std::filesystem::temp_directory_path() / "zq-test-XXXXXX").string();
 };
 
 #endif
