@@ -40,8 +40,8 @@ typedef long ZQAtomicCell;
 /// An entry that a walk hands to its callback.
 struct _ZQStruFileInfo
 {
-    const char* pszPath;  ///< The directory, "/" and the name; valid during the callback only.
-    int nType;            ///< 1 a regular file, 2 a directory, 0 anything else or not told.
+    const char* pszPath;  ///< The directory, "/" and the name, or a mount point; valid during the callback only.
+    int nType;  ///< 1 a regular file, 2 a directory, 0 anything else or not told; the walks over mounts say theirs.
 };
 
 /// Called by a walk for an entry; returns `true` to go on, `false` to stop. @p user is what the walk was given.
@@ -169,6 +169,48 @@ extern "C"
     /// The time of the last modification in whole seconds since 1970-01-01 UTC, or the result of ZQGetFileInfo(), which a time
     /// shortly before 1970 cannot be told from.
     ZQ_API int64_t ZQGetLastModifiedTime(const char* path);
+    /// @}
+
+    /// @name Disks and mounts
+    /// Both walks go over the mounts that the calling process sees, in the order of `/proc/mounts`, and touch none of them, so
+    /// that a server which does not answer does not hold them up. A mount point is told as the table writes it: a blank in it
+    /// is `\040`, a backslash `\134`. Lines of about 2 KiB and more are taken in pieces, each as if it were a line.
+    ///
+    /// They differ in the mounts that they pass over and in the type that they tell:
+    ///
+    /// | a mount                                      | ZQGetDiskList() | ZQFetchDiskInfo() |
+    /// |----------------------------------------------|-----------------|-------------------|
+    /// | of type `proc`, `tmpfs` and the like         | no              | no                |
+    /// | of type `autofs`                             | no              | yes               |
+    /// | of type `loop`                               | yes             | no                |
+    /// | of type **`xfs`**, or another part of a name | yes             | **no**            |
+    /// | at a place that does not begin with "/"      | yes             | no                |
+    /// | of any other type, as `ext4`                 | yes, as type 3  | yes, as type 1    |
+    /// @{
+
+    /// Tells the size of the file system that holds @p path, in bytes. May block as long as a network file system does.
+    /// @param path   anything in it
+    /// @param total  receives its size
+    /// @param used   receives @p total less @p free
+    /// @param free   receives what is free to the super-user: more than other users may fill, and more than `df` calls available
+    /// @return 0; -3 not found; -6 null or invalid; -1 another error: then nothing is written. Over `statfs(2)`.
+    ZQ_API int ZQGetSpaceSize(const char* path, uint64_t* total, uint64_t* used, uint64_t* free);
+    /// Calls @p cb for each mount, but for those whose type is one of `rootfs`, `proc`, `sysfs`, `devtmpfs`, `devpts`, `tmpfs`,
+    /// `selinuxfs`, `usbfs`, `binfmt_misc`, `rpc_pipefs`, `autofs`. The others that the kernel makes up, as `cgroup2`, are told
+    /// of too. A line without a mount point has the path "".
+    /// @param cb    not null; the record has the mount point and type 3
+    /// @param user  handed to @p cb as it is
+    /// @return 0 at the end; -5 stopped by @p cb; -1 the table cannot be opened. Prints nothing.
+    ZQ_API int ZQGetDiskList(ZQFetchDirCallBack cb, void* user);
+    /// Calls @p cb for each mount whose place begins with "/", but for those whose type is a part of the text
+    /// `rootfs;proc;sysfs;devtmpfs;devpts;tmpfs;selinuxfs;rpc_pipefs;binfmt_misc;usbfs;loop`.
+    ///
+    /// Mind that `xfs` is one, at the end of "selinuxfs": disks of that type are not told of. Use ZQGetDiskList() for them.
+    /// @param cb    not null; the record has the mount point and type 1
+    /// @param user  handed to @p cb as it is
+    /// @return 0 at the end; -5 stopped by @p cb. Where the table cannot be opened, or memory is short, it ends the process with
+    ///         a report on standard output.
+    ZQ_API int ZQFetchDiskInfo(ZQFetchDirCallBack cb, void* user);
     /// @}
 
     /// @name Internal, exported for the library's own use

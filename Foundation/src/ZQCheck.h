@@ -37,6 +37,7 @@ private:
 
 constexpr ZQCheck MemoryPoolCheck("Foundation/src/ZQMemoryPool");
 constexpr ZQCheck MutexCheck("Foundation/src/ZQMutex");
+constexpr ZQCheck OSApiCheck("Foundation/src/LinuxOSApi");
 constexpr ZQCheck ThreadPoolCheck("Foundation/src/ZQThreadPool");
 constexpr ZQCheck TimeCheck("Foundation/src/ZQTime");
 
