@@ -2,7 +2,7 @@
 #define ZQOSAPI_H
 
 /// @file
-/// Flat functions over the processor, the scheduler and the file system.
+/// Flat functions over the processor, the scheduler, the file system and `/proc`.
 ///
 /// Functions that return `int` share one set of results:
 ///
@@ -19,8 +19,8 @@
 /// `errno` is left as the failing system call set it. Paths end in a null character; where a function takes a path apart,
 /// both slashes and backslashes separate its parts.
 ///
-/// Threads: every function may be called from any thread; none keeps state between calls. The functions on files print
-/// nothing.
+/// Threads: every function may be called from any thread; none keeps state between calls, but for the texts and the measurement
+/// that the statistics tell of. The functions on files print nothing.
 ///
 /// @code
 /// bool Print(const _ZQStruFileInfo& info, void*) { std::puts(info.pszPath); return true; }
@@ -213,6 +213,62 @@ extern "C"
     ZQ_API int ZQFetchDiskInfo(ZQFetchDirCallBack cb, void* user);
     /// @}
 
+    /// @name System and process statistics
+    /// Figures of the machine and of the calling process. Those that fail print a line on standard output that names the function
+    /// and what failed, but for ZQGetAppMemoryStatus().
+    ///
+    /// Texts belong to the library and are valid until it is unloaded. A text is found out once in a process and cached: every
+    /// later call returns the same pointer and reads nothing. What is empty is not cached, and tried again. A thread never sees
+    /// a part of a text. The numbers are read anew by every call.
+    /// @{
+
+    /// Tells the memory of the calling process, in KiB; -1 in both where it cannot be told.
+    /// @param residentKiB  receives what is in memory; not null
+    /// @param virtualKiB   receives the size of the address space; not null
+    ///
+    /// Over `/proc/self/statm`.
+    ZQ_API void ZQGetAppMemoryStatus(int64_t* residentKiB, int64_t* virtualKiB);
+    /// The memory of the machine in the units of `sysinfo(2)`, which on 64-bit machines are bytes; -1 if that fails.
+    ZQ_API int64_t ZQGetTotalPhysicalMemory();
+    /// The model of the first processor as `/proc/cpuinfo` writes it: with the blank before it and the line feed behind it, as in
+    /// `" Name of a processor\n"`. What stands before another ":" in it is left out. Cached.
+    ///
+    /// Empty on most arm64 machines, where the file does not tell a model: it is then read again by every call. Ends the process
+    /// with a report on standard output if the model has more than 1023 characters.
+    /// @return not null
+    ZQ_API const char* ZQGetCPUVersion();
+    /// The processor time that the calling process has used since the call before, in percent of one processor: up to 100 times
+    /// ZQGetCPUProcessorNumber(), whose first answer it keeps.
+    /// @return -1 from the first call, which only begins the measurement; -1 too from a call that comes so soon that no processor
+    ///         has counted a tick (10 ms, as a rule), and where the times cannot be read
+    ///
+    /// A process that has not used a tick yet has not begun: its calls count as the first. So do all calls while the name of its
+    /// main thread, which is that of the program unless it was changed, holds a blank. Of the processors' time, what they wait
+    /// for disks or serve interrupts is left out, so that on a machine that does much of it the share is too high.
+    ///
+    /// Threads: there is one measurement in the process; whoever calls ends an interval and begins the next, so leave it to one
+    /// thread. Calls wait for each other. Over `/proc/stat` and `/proc/<pid>/stat`.
+    ZQ_API int64_t ZQGetCurProcessCpuUsage();
+    /// The file name of the running program, without its directory. With " (deleted)" behind it if the file was replaced or
+    /// removed before the first call. Cached.
+    ///
+    /// Ends the process with a report on standard output if the path of the program has more than 511 characters.
+    /// @return not null; empty if `/proc/self/exe` cannot be read
+    ZQ_API const char* ZQGetCurProcessName();
+    /// The name, release and version of the system, as `uname(2)` tells them, with a blank between. Cached.
+    /// @return not null; empty if `uname(2)` fails
+    ZQ_API const char* ZQGetOSVersion();
+    /// The number of threads of the calling process, the caller's among them; -1 if `/proc/<pid>/status` cannot be opened, 0 if it
+    /// does not tell.
+    ZQ_API int ZQGetCurProcessThreadNum();
+    /// Tells how many bytes the calling process has had read from disks and written to them. What was read from the page cache is
+    /// not counted; what was written counts as soon as it is there, also if it is removed again before it reaches a disk.
+    /// @param readBytes   receives what was read; may be null
+    /// @param writeBytes  receives what was written; may be null
+    /// @return 0; -1 if `/proc/<pid>/io` cannot be opened. What the file does not tell is not written.
+    ZQ_API int ZQGetCurProcessDiskIOBytes(uint64_t* readBytes, uint64_t* writeBytes);
+    /// @}
+
     /// @name Internal, exported for the library's own use
     /// @{
 
@@ -226,5 +282,18 @@ extern "C"
 ///     "a/b/c" => "a/b"     "a\\b"  => "a"     "/a" => ""
 ///     "a/b/"  => "a/b"     "abc"  => ""       ""   => ""
 ZQ_API std::string GetParentFolder(std::string path);
+
+/// Texts to numbers.
+class ZQ_API ZQStrUtil
+{
+public:
+    /// The number at the start of @p text, as an input string stream reads it: white space before it is passed over, and what
+    /// follows it is ignored. 0 if there is none; the greatest number if it is greater than that; a minus sign wraps.
+    ///
+    /// The library has it for `unsigned long long` alone.
+    template <class T> static T ToNumber(const std::string& text);
+};
+
+extern template ZQ_API unsigned long long ZQStrUtil::ToNumber<unsigned long long>(const std::string& text);
 
 #endif
