@@ -16,6 +16,7 @@ write_basic_package_version_file(${CMAKE_CURRENT_BINARY_DIR}/ZQFoundationConfigV
 install(FILES
   ${CMAKE_CURRENT_BINARY_DIR}/ZQFoundationConfig.cmake
   ${CMAKE_CURRENT_BINARY_DIR}/ZQFoundationConfigVersion.cmake
+  ${PROJECT_SOURCE_DIR}/cmake/FindLibUUID.cmake
   DESTINATION ${package_dir})
 
 # Paths relative to the .pc file itself, so that an installed tree can be moved.

@@ -1,6 +1,7 @@
 #include <ZQFoundation.h>
 
 #include <cstdio>
+#include <uuid/uuid.h>
 
 int main() {
     ZQTaskPool pool(0, 2);
@@ -10,5 +11,7 @@ int main() {
     for (int i = 0; i < 100; ++i) { pool.Task(&count, false); }
     pool.Uninit(true);
     std::printf("%d %ld\n", result, ZQAtomicGet(&count));
-    return result == 0 && count == 100 ? 0 : 1;
+    uuid_t id = {};  // the library brings libuuid along
+    uuid_generate(id);
+    return uuid_is_null(id) == 0 && result == 0 && count == 100 ? 0 : 1;
 }
