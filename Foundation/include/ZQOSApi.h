@@ -2,7 +2,7 @@
 #define ZQOSAPI_H
 
 /// @file
-/// Flat functions over the processor, the scheduler, the file system and `/proc`.
+/// Flat functions over the processor, the scheduler, the file system, `/proc` and network interfaces.
 ///
 /// Functions that return `int` share one set of results:
 ///
@@ -267,6 +267,62 @@ extern "C"
     /// @param writeBytes  receives what was written; may be null
     /// @return 0; -1 if `/proc/<pid>/io` cannot be opened. What the file does not tell is not written.
     ZQ_API int ZQGetCurProcessDiskIOBytes(uint64_t* readBytes, uint64_t* writeBytes);
+    /// @}
+
+    /// @name Network interfaces and addresses
+    /// Addresses are IPv4, as dotted text. A list is one block that the caller frees with the function beside it. Failures print
+    /// one line to standard output; memory that runs out ends the process with a report there. Interfaces that change during a
+    /// call are seen as the system tells them.
+    /// @{
+
+    /// An address of an interface. Records follow each other without gaps, 385 bytes each.
+    struct ZQIFAddrRecord
+    {
+        char bFlag;            ///< Always 0.
+        char szAddr[128];      ///< The address.
+        char szMask[128];      ///< Its netmask; empty where the system tells none.
+        char szReserved[128];  ///< All zero.
+    };
+
+    /// The hardware (MAC) address of an interface. Records follow each other without gaps, 129 bytes each.
+    struct ZQMacAddrRecord
+    {
+        char bValid;      ///< 1 in every record that counts.
+        char szMac[128];  ///< Six bytes in lower-case hexadecimal, "02-fc-00-00-00-01".
+    };
+
+    /// Lists the IPv4 addresses of all interfaces in the order of the system, which may list one interface several times.
+    /// 0.0.0.0 is left out. 127.0.0.1 is always there: where the system does not list it, it is the last record, with 127.0.0.1
+    /// as its mask too, which is no netmask.
+    /// @param list  receives the records, or null; free them with ZQFreeIFAddrLists()
+    /// @return how many there are, at least 1; -1 the system could not be asked, with `errno`. Prints nothing. Over
+    ///         `getifaddrs(3)`.
+    ZQ_API int ZQGetIFAddrLists(ZQIFAddrRecord** list);
+    /// Frees a list. Null is ignored.
+    ZQ_API void ZQFreeIFAddrLists(ZQIFAddrRecord* list);
+    /// Lists the different hardware addresses of all interfaces in the order of the system. Interfaces without one, as the
+    /// loopback is, are left out; so are those that cannot be asked, with a line on standard output for each.
+    /// @param list  receives the records, or null; free them with ZQFreeMacAddrLists()
+    /// @return how many there are, 0 or more: then @p list is to be freed too; -1 the system could not be asked. When it cannot
+    ///         list its interfaces, a descriptor stays open with every such call. Over `getifaddrs(3)` and `SIOCGIFHWADDR`.
+    ZQ_API int ZQGetMacAddrLists(ZQMacAddrRecord** list);
+    /// Frees a list. Null is ignored.
+    ZQ_API void ZQFreeMacAddrLists(ZQMacAddrRecord* list);
+    /// Whether two addresses are equal under a netmask. The texts, none of them null, are read by `inet_addr(3)`; one that is
+    /// no address counts as 255.255.255.255.
+    /// @return `false` also for the mask 0.0.0.0
+    ZQ_API bool ZQIsSubnet(const char* ip1, const char* ip2, const char* mask);
+    /// Guesses which address of this machine reaches another one. It is, in this order: that of an interface on the subnet of
+    /// @p remote; the one that the system would send from, asked by connecting a UDP socket, which sends nothing; the first
+    /// listed but 127.0.0.1; 127.0.0.1.
+    /// @param remote  an address or the name of a host; null for an address that does not depend on one. A name is resolved,
+    ///                which may block for as long as the resolver does, many seconds when no name server answers.
+    /// @param out     receives the address; at least 128 bytes, which may be overwritten whole. Not @p remote.
+    /// @return whether there is one; if not, @p out is empty. Prints nothing.
+    ///
+    /// A name, being no address, takes part in the subnets as 255.255.255.255: where the system lists no 127.0.0.1, the record
+    /// that ZQGetIFAddrLists() adds matches it, and the guess is 127.0.0.1.
+    ZQ_API bool ZQGuessLocalIp(const char* remote, char* out);
     /// @}
 
     /// @name Internal, exported for the library's own use
