@@ -2,7 +2,7 @@
 #define ZQOSAPI_H
 
 /// @file
-/// Flat functions over the processor, the scheduler, the file system, `/proc` and network interfaces.
+/// Flat functions over the processor, the scheduler, the file system, `/proc`, network interfaces and modules.
 ///
 /// Functions that return `int` share one set of results:
 ///
@@ -19,8 +19,8 @@
 /// `errno` is left as the failing system call set it. Paths end in a null character; where a function takes a path apart,
 /// both slashes and backslashes separate its parts.
 ///
-/// Threads: every function may be called from any thread; none keeps state between calls, but for the texts and the measurement
-/// that the statistics tell of. The functions on files print nothing.
+/// Threads: every function may be called from any thread and keeps no state between calls, where nothing else is said. The
+/// functions on files print nothing.
 ///
 /// @code
 /// bool Print(const _ZQStruFileInfo& info, void*) { std::puts(info.pszPath); return true; }
@@ -323,6 +323,53 @@ extern "C"
     /// A name, being no address, takes part in the subnets as 255.255.255.255: where the system lists no 127.0.0.1, the record
     /// that ZQGetIFAddrLists() adds matches it, and the guess is 127.0.0.1.
     ZQ_API bool ZQGuessLocalIp(const char* remote, char* out);
+    /// @}
+
+    /// @name Modules, directories and identifiers
+    /// The working directory and the environment belong to the whole process. As `getenv(3)` and `setenv(3)`, ZQGetDllDir() and
+    /// ZQSetDllDir() must not run while another thread changes the environment: call ZQSetDllDir() before threads start.
+    /// @{
+
+    /// Loads a module; its symbols are bound when they are first used.
+    /// @param file  a path, or a name that the loader looks for; null gives the program itself
+    /// @return a handle for ZQFreeLibrary(), or null after a line on standard output with the loader's reason. Over `dlopen(3)`.
+    ZQ_API void* ZQLoadLibrary(const char* file);
+    /// Gives a handle back; the module goes with its last one. Null is ignored. Over `dlclose(3)`.
+    ZQ_API void ZQFreeLibrary(void* handle);
+    /// The address of a symbol, or null if there is none or @p handle is null. Over `dlsym(3)`.
+    ZQ_API void* ZQGetProcAddress(void* handle, const char* symbol);
+    /// Writes the working directory.
+    /// @param buf   receives the path; null has the system allocate it, for `free(3)`
+    /// @param size  of @p buf in bytes, the null character included
+    /// @return @p buf, or null with `errno`: `ERANGE` when it is too small, `EINVAL` when @p size is negative, or 0 with a buffer.
+    ///         Over `getcwd(3)`.
+    ZQ_API char* ZQGetCurrentDir(char* buf, int size);
+    /// Changes the working directory. @return whether it did; if not, see `errno`. Over `chdir(2)`.
+    ZQ_API bool ZQSetCurrentDir(const char* path);
+    /// The directory of the running program with a "/" at its end, symbolic links followed. It is read once and kept, so every
+    /// call returns the same pointer; neither free nor change it. A path that cannot be read or has 1024 bytes or more ends the
+    /// process with a report on standard error. Over `/proc/self/exe`.
+    ZQ_API const char* ZQGetApplicationPath();
+    /// Copies `LD_LIBRARY_PATH`, directories separated by ":".
+    /// @param buf   receives up to @p size - 1 characters. They end in a null character only where the value is shorter than
+    ///              that: hand in a buffer of zeros.
+    /// @param size  of @p buf in bytes
+    /// @return @p buf, or null when it is null, @p size is 0 or the variable is not set: then nothing is written
+    ZQ_API char* ZQGetDllDir(char* buf, unsigned int size);
+    /// Adds a directory at the end of `LD_LIBRARY_PATH`, also when it is there already, or removes the variable. Programs that
+    /// are started later see it; the loader of this one does not.
+    /// @param dir  the directory; null removes the variable
+    /// @return 0, or 1 on failure with `errno`
+    ZQ_API int ZQSetDllDir(const char* dir);
+    /// Writes a new UUID, "1b4e28ba-2fa1-41d2-883f-b9a761bde3fb": random where the system has a source of random numbers.
+    /// @param out  at least 37 bytes, not checked
+    /// @return @p out
+    ///
+    /// Over libuuid, with which programs that link this library are linked too. Of its functions, those that pack a
+    /// `struct uuid`, a 32-bit field, three of 16 bits and six bytes, into 16 bytes in network order and back are exported by
+    /// this library, since not every libuuid does: `void uuid_pack(const struct uuid* fields, unsigned char* packed)` and
+    /// `void uuid_unpack(const unsigned char* packed, struct uuid* fields)`. No header declares them.
+    ZQ_API char* ZQGenerateUUID(char* out);
     /// @}
 
     /// @name Internal, exported for the library's own use
