@@ -372,11 +372,62 @@ extern "C"
     ZQ_API char* ZQGenerateUUID(char* out);
     /// @}
 
+    /// @name Processes
+    /// Starting, ending and finding programs. Failures are told by a line on standard output; nothing ends the caller. An id is
+    /// that of one process: 0, negative ones and those above `INT_MAX` are invalid.
+    /// @{
+
+    /// Starts a program as a child.
+    ///
+    /// Every descriptor above 2 of the calling process is marked close-on-exec, with a line on standard output for each, and
+    /// stays so. What other threads open meanwhile does not reach the program either, where the kernel has `close_range(2)`.
+    ///
+    /// Without the console, terminals among the child's standard streams are replaced, as `nohup(1)` does: reading from standard
+    /// input fails; output goes to the end of "nohup.out" in the folder of @p path, made with mode 0600, in "/" if @p path
+    /// has no folder; hanging up is ignored. If that file cannot be opened, the program runs all the same, with a umask of 0177,
+    /// on the terminal and hung up with it. Streams that are no terminals stay what they are.
+    /// @param path             the program, looked for in `PATH` if it has no slash; the child's argument 0
+    /// @param bInheritConsole  whether the child keeps the caller's terminal
+    /// @param argc             the number of further arguments, up to 127; 0 and less for none
+    /// @param argv             the arguments; not null if @p argc is above 0
+    /// @return the id of the child, which exits with status 72 if the program cannot be run; -1 @p path is null, there are too
+    ///         many arguments, or no process could be made. The child is to be reaped, by `waitpid(2)` for its exit status or by
+    ///         ZQCloseProcess(). Over `fork(2)` and `execvp(3)`.
+    ZQ_API long ZQOpenProcess(const char* path, bool bInheritConsole, int argc, const char** argv);
+    /// Asks a process by SIGINT to end, and waits until it is gone. The exit status of a child is taken and lost.
+    /// @param pid        the process; another one that gets its id meanwhile is left alone, where the kernel has `pidfd_open(2)`
+    /// @param timeoutMs  milliseconds, counted in rounds of 10; -1 waits for ever
+    /// @return whether it was gone with time left, so `false` for a @p timeoutMs of 0 in any case; `false` also for invalid
+    ///         arguments and where the signal cannot be sent. What has ended and is not reaped, as a child of another process
+    ///         may be, is not gone.
+    ZQ_API bool ZQCloseProcess(long pid, int timeoutMs);
+    /// Tells a process by SIGTERM to end, without waiting; a child that has ended by then is reaped.
+    /// @return whether the signal could be sent
+    ZQ_API bool ZQTerminateProcess(long pid);
+    /// Whether there is a process that the caller may signal; one that has ended and waits to be reaped is. Over `kill(2)`.
+    ZQ_API bool ZQIsProcessAlive(long pid);
+    /// Finds the processes that run a program. Those of other users are found only where the caller may read their `exe` link.
+    /// @param path   looked for anywhere in the path of the running program, which is absolute, without symbolic links and taken
+    ///               up to 1023 bytes; backslashes count as slashes
+    /// @param pids   receives the ids, in the order of `/proc`
+    /// @param count  the number of ids that fit, at least 1; receives the number found. Not null.
+    /// @return `false` for invalid arguments, which leave @p count as it is; else `true`, also when none is found and when there
+    ///         are more than fit, which a line on standard output tells
+    ZQ_API bool ZQGetAliveProcessList(const char* path, long* pids, int* count);
+    /// @}
+
     /// @name Internal, exported for the library's own use
     /// @{
 
     /// The callback of ZQForcedRemoveDir(): removes the entry if it is a file or a directory. @return whether to go on
     ZQ_API bool RemoveDirFileCallBack(const _ZQStruFileInfo& info, void* user);
+    /// Makes @p fd a descriptor of @p path, opened with @p flags and @p mode as by `open(2)`. @return it, or -1 with `errno`
+    ZQ_API int fd_reopen(int fd, const char* path, int flags, unsigned int mode);
+    /// Detaches the calling process from its terminal, for the program @p path, as told at ZQOpenProcess(). @return 0; -1 when
+    /// standard input or the output file could not be opened
+    ZQ_API int _Mynohup(const char* path);
+    /// Marks every descriptor of the process above 2 close-on-exec, with a line on standard output for each.
+    ZQ_API void _SetFD_CLOEXEC();
     /// @}
 }
 
