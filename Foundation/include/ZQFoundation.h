@@ -8,6 +8,7 @@
 #include "ZQMutex.h"
 #include "ZQOSApi.h"
 #include "ZQRefCountedObject.h"
+#include "ZQSharedMemory.h"
 #include "ZQThreadPool.h"
 #include "ZQTime.h"
 #include "ZxxList.h"
