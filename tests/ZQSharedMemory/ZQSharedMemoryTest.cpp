@@ -15,19 +15,15 @@
 namespace {
 constexpr auto ReadOnly = ZQSharedMemory::AccessReadOnly, ReadWrite = ZQSharedMemory::AccessReadWrite;
 
-/// An object that exists and whose name no other run of the tests uses.
-std::string NewObject() {
-    const std::string name = "zq-test-" + std::to_string(getpid());
-    close(shm_open(name.c_str(), O_RDWR | O_CREAT, 0600));
-    return name;
-}
+/// A name that no other run of the tests uses.
+std::string UniqueName() { return "zq-test-" + std::to_string(getpid()); }
 
 bool Exists(const std::string& name) { return access(("/dev/shm/" + name).c_str(), F_OK) == 0; }
 }  // namespace
 
 TEST(ZQSharedMemoryTest, ReportsWhatFails) {
     const WorkDir dir;
-    const std::string huge = dir.Path("huge"), none = dir.Path("none");
+    const std::string huge = dir.Path("huge"), none = dir.Path("none"), name = UniqueName();
     std::ofstream(huge).flush();
     std::filesystem::resize_file(huge, (1ULL << 32) + 4096);
     const std::string invalid = "create shared memory object: param error ";
@@ -35,13 +31,13 @@ TEST(ZQSharedMemoryTest, ReportsWhatFails) {
         ZQSharedMemory memory;
         std::string line;
     } cases[] = {
-        {{"zq-none", 0, ReadWrite, nullptr, true}, invalid},
+        {{name.c_str(), 0, ReadWrite, nullptr, true}, invalid},
         {{nullptr, 1, ReadWrite, nullptr, true}, invalid},
         {{nullptr, ReadOnly, nullptr}, invalid},
         {{none.c_str(), ReadOnly, nullptr}, invalid},
         {{huge.c_str(), ReadOnly, nullptr}, invalid},
-        {{"zq-none", 1, ReadWrite, nullptr, false}, "create shared memory object: /zq-none "},
-        {{"zq-none", 1, ReadOnly, nullptr, true}, "resize shared memory object: /zq-none "},
+        {{name.c_str(), 1, ReadWrite, nullptr, false}, "create shared memory object: /" + name + " "},
+        {{name.c_str(), 1, ReadOnly, nullptr, true}, "resize shared memory object: /" + name + " "},
         {{"/", ReadWrite, nullptr}, "open memory mapped file: / "},
         {{"/", ReadOnly, nullptr}, "map shared memory object: / "},
     };
@@ -49,12 +45,12 @@ TEST(ZQSharedMemoryTest, ReportsWhatFails) {
         testing::internal::CaptureStdout();
         EXPECT_FALSE(const_cast<ZQSharedMemory&>(c.memory).Create());
         EXPECT_EQ(testing::internal::GetCapturedStdout(), "Cannot " + c.line + "\n");
-        EXPECT_FALSE(Exists("zq-none"));
+        EXPECT_FALSE(Exists(name));
     }
 }
 
 TEST(ZQSharedMemoryTest, ProcessesShareAnObjectUntilItsOwnerGoes) {
-    const std::string name = NewObject();
+    const std::string name = UniqueName();
     auto owner = std::make_unique<ZQSharedMemory>(name.c_str(), 10000, ReadWrite, nullptr, true);
     const int lowest = dup(0);
     close(lowest);
@@ -66,12 +62,14 @@ TEST(ZQSharedMemoryTest, ProcessesShareAnObjectUntilItsOwnerGoes) {
         if (fork() == 0) {
             signal(SIGSEGV, SIG_DFL);
             ZQSharedMemory other(name.c_str(), 10000, mode, nullptr, false);
-            static_cast<volatile char*>(other.Create() ? other.Begin() : nullptr)[9999] = mode == ReadOnly ? 'r' : 'w';
+            if (other.Create()) {
+                static_cast<volatile char*>(other.Begin())[9999] = mode == ReadOnly ? 'r' : 'w';
+            }
             _exit(0);
         }
         int status = -1;
         wait(&status);
-        EXPECT_EQ(status, mode == ReadOnly ? SIGSEGV : 0) << mode;
+        EXPECT_EQ(WTERMSIG(status), mode == ReadOnly ? SIGSEGV : 0);
         EXPECT_EQ(begin[9999], 'w');
     }
     ZQSharedMemory user(name.c_str(), 10000, ReadOnly, nullptr, false);
@@ -83,20 +81,20 @@ TEST(ZQSharedMemoryTest, ProcessesShareAnObjectUntilItsOwnerGoes) {
 
 TEST(ZQSharedMemoryTest, MapsAFile) {
     const WorkDir dir;
-    std::ofstream(dir.Path("file")) << "12345";
-    {
-        ZQSharedMemory file(dir.Path("file").c_str(), ReadWrite, nullptr);
-        ASSERT_TRUE(file.Create());
-        ASSERT_EQ(static_cast<char*>(file.End()) - static_cast<char*>(file.Begin()), 5);
-        static_cast<char*>(file.Begin())[4] = '6';
-    }
+    const std::string path = dir.Path("file");
+    std::ofstream(path) << "12345";
+    ZQSharedMemory file(path.c_str(), ReadWrite, nullptr);
+    ASSERT_TRUE(file.Create());
+    ASSERT_EQ(static_cast<char*>(file.End()) - static_cast<char*>(file.Begin()), 5);
+    static_cast<char*>(file.Begin())[4] = '6';
     int number = 0;
-    std::ifstream(dir.Path("file")) >> number;
+    std::ifstream(path) >> number;
     EXPECT_EQ(number, 12346);
 }
 
 TEST(ZQSharedMemoryTest, HandlesShareOneReference) {
-    const std::string name = NewObject();
+    const std::string name = UniqueName();
+    close(shm_open(name.c_str(), O_RDWR | O_CREAT, 0600));
     ZQSharedMemory target;
     EXPECT_TRUE(!target.Create() && target.Begin() == nullptr && target.End() == nullptr);
     static std::aligned_storage_t<sizeof(ZQSharedMemory)> space;  // never destroyed: the other handle releases for both
