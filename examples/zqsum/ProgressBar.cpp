@@ -1,5 +1,7 @@
 #include "ProgressBar.h"
 
+#include "ByteText.h"
+
 #include <algorithm>
 #include <cstdio>
 #include <sys/ioctl.h>
@@ -46,27 +48,6 @@ std::string CountText(const JobProgress& progress, unsigned long ms)
            RateText(progress.nBytes, ms);
 }
 }  // namespace
-
-std::string ByteText(uint64_t bytes)
-{
-    static const char* const units[] = {"B", "kB", "MB", "GB", "TB", "PB", "EB"};
-    double value = static_cast<double>(bytes);
-    size_t unit = 0;
-    while (value >= 999.95)
-    {
-        value /= 1000;
-        ++unit;
-    }
-    char text[32];
-    snprintf(text, sizeof text, unit == 0 ? "%.0f %s" : "%.1f %s", value, units[unit]);
-    return text;
-}
-
-std::string RateText(uint64_t bytes, unsigned long ms)
-{
-    return ByteText(static_cast<uint64_t>(static_cast<double>(bytes) * 1000 / static_cast<double>(std::max(ms, 1UL)))) +
-           "/s";
-}
 
 ProgressBar::ProgressBar(const HashJob& job, bool bEnabled)
     : m_job(job), m_bTimers(bEnabled && isatty(STDERR_FILENO) == 1 && ZQTimer::ModuleInit(1)), m_nDrawn(0), m_timer(0)

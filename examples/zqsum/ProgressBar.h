@@ -4,13 +4,6 @@
 #include "HashJob.h"
 #include "ZQTime.h"
 
-#include <string>
-
-/// "8.9 GB", in decimal units.
-std::string ByteText(uint64_t bytes);
-/// "8.9 GB/s" for @p bytes in @p ms milliseconds.
-std::string RateText(uint64_t bytes, unsigned long ms);
-
 /// One line at the bottom of the terminal that shows how far a job has come: a mark that moves while files are still being
 /// found, then a bar that fills. A timer draws it ten times a second.
 ///

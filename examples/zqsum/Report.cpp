@@ -1,6 +1,6 @@
 #include "Report.h"
 
-#include "ProgressBar.h"
+#include "ByteText.h"
 
 #include <cstdio>
 #include <cstring>

@@ -1,12 +1,12 @@
-#ifndef ZQSUM_OUTPUTSTREAM_H
-#define ZQSUM_OUTPUTSTREAM_H
+#ifndef ZQEXAMPLES_OUTPUTSTREAM_H
+#define ZQEXAMPLES_OUTPUTSTREAM_H
 
 #include <string>
 
 /// Standard output for this program's own text, gathered into large writes.
 ///
-/// The library notes on standard output when a worker leaves for idleness, which has no place between checksums: while
-/// this object exists, what others write there is dropped.
+/// The library notes some things on standard output, such as a worker that leaves for idleness, which have no place in a
+/// program's results: while this object exists, what others write there is dropped.
 class OutputStream
 {
 public:

@@ -1,5 +1,5 @@
-#ifndef ZQSUM_INTERRUPT_H
-#define ZQSUM_INTERRUPT_H
+#ifndef ZQEXAMPLES_INTERRUPT_H
+#define ZQEXAMPLES_INTERRUPT_H
 
 /// Ctrl-C and a request to terminate, taken as a wish to stop in good order.
 namespace Interrupt

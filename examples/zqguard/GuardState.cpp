@@ -1,0 +1,58 @@
+#include "GuardState.h"
+
+#include "ZQOSApi.h"
+
+namespace
+{
+constexpr int MostReads = 1000;  // a guard that was killed while writing leaves an odd version for ever
+}
+
+struct SharedGuardState::Cells
+{
+    ZQAtomicCell nVersion;  // 0 when nothing was written; new shared memory is all 0
+    ZQAtomicCell nPid;
+    ZQAtomicCell nStarts;
+    ZQAtomicCell nLastExit;
+    ZQAtomicCell nSinceEpoch;
+};
+
+SharedGuardState::SharedGuardState(const std::string& strName, bool bGuard)
+    : m_memory(("zqguard-" + strName).c_str(), sizeof(Cells),
+               bGuard ? ZQSharedMemory::AccessReadWrite : ZQSharedMemory::AccessReadOnly, nullptr, bGuard)
+{
+}
+
+bool SharedGuardState::Open()
+{
+    return m_memory.Create();
+}
+
+void SharedGuardState::Write(const GuardState& state)
+{
+    Cells& cells = *static_cast<Cells*>(m_memory.Begin());
+    // Of an earlier guard that was killed an odd version may have stayed.
+    ZQAtomicOr(&cells.nVersion, 1);
+    ZQAtomicSet(&cells.nPid, state.nPid);
+    ZQAtomicSet(&cells.nStarts, state.nStarts);
+    ZQAtomicSet(&cells.nLastExit, state.nLastExit);
+    ZQAtomicSet(&cells.nSinceEpoch, state.nSinceEpoch);
+    ZQAtomicInc(&cells.nVersion);
+}
+
+bool SharedGuardState::Read(GuardState& state) const
+{
+    const Cells& cells = *static_cast<const Cells*>(m_memory.Begin());
+    for (int i = 0; i < MostReads; ++i)
+    {
+        const long version = __atomic_load_n(&cells.nVersion, __ATOMIC_ACQUIRE);
+        state = GuardState{ZQAtomicGet(&cells.nPid), ZQAtomicGet(&cells.nStarts), ZQAtomicGet(&cells.nLastExit),
+                           ZQAtomicGet(&cells.nSinceEpoch)};
+        __atomic_thread_fence(__ATOMIC_ACQUIRE);
+        if (version != 0 && version % 2 == 0 && ZQAtomicGet(&cells.nVersion) == version)
+        {
+            return true;
+        }
+        ZQThreadYield();
+    }
+    return false;
+}

@@ -1,0 +1,130 @@
+// Keeps a program alive, and tells others how it does.
+
+#include "Guard.h"
+#include "Interrupt.h"
+#include "ZQOSApi.h"
+
+#include <CLI/CLI.hpp>
+
+#include <cstdio>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace
+{
+enum : int
+{
+    ExitDone = 0,
+    ExitFailed = 1,
+    WrongUsage = 2,
+    ExitNameTaken = 3
+};
+
+/// The lock file of a name, one for each user.
+std::string LockFile(const std::string& name)
+{
+    const char* dir = getenv("XDG_RUNTIME_DIR");
+    return std::string(dir != nullptr && *dir != '\0' ? dir : "/tmp") + "/zqguard-" + std::to_string(getuid()) + "-" +
+           name + ".lock";
+}
+
+/// "exit status 3" or "signal 11".
+std::string ExitText(long status)
+{
+    if (status == -1)
+    {
+        return "none";
+    }
+    const int code = static_cast<int>(status);
+    return WIFSIGNALED(code) ? "signal " + std::to_string(WTERMSIG(code))
+                             : "exit status " + std::to_string(WEXITSTATUS(code));
+}
+
+int PrintStatus(const std::string& name)
+{
+    SharedGuardState shared(name, false);
+    GuardState state;
+    if (!shared.Open() || !shared.Read(state))
+    {
+        fprintf(stderr, "zqguard: there is no guard of that name: %s\n", name.c_str());
+        return ExitFailed;
+    }
+    char since[32];
+    const char* text = ZQDateTime(state.nSinceEpoch).Format(since, sizeof since);
+    dprintf(STDOUT_FILENO, "pid: %ld\nstarts: %ld\nlast exit: %s\nsince: %s\n", state.nPid, state.nStarts,
+            ExitText(state.nLastExit).c_str(), text != nullptr ? text : "unknown");
+    return ExitDone;
+}
+
+int RunGuard(const GuardOptions& options)
+{
+    ZQProcessMutex only(LockFile(options.strName).c_str());
+    if (!only.TryLock())
+    {
+        fprintf(stderr, "zqguard: there is a guard of that name already: %s\n", options.strName.c_str());
+        return ExitNameTaken;
+    }
+    int status = ExitFailed;
+    SharedGuardState shared(options.strName, true);
+    if (shared.Open() && ZQTimer::ModuleInit(1))
+    {
+        Interrupt::Catch();
+        status = Guard(options, shared).Run();
+        ZQTimer::ModuleUninit();
+    }
+    only.Unlock();
+    return status;
+}
+}  // namespace
+
+int main(int argc, char** argv)
+{
+    // The library's notes have no place among the output of the program, which inherits the descriptor below the stream.
+    FILE* nowhere = fopen("/dev/null", "we");
+    stdout = nowhere != nullptr ? nowhere : stderr;
+
+    GuardOptions options;
+    std::string status;
+    CLI::App app("Keeps a program alive: starts it, and again whenever it ends.", "zqguard");
+    app.add_option("--restart", options.nRestarts, "The most restarts within a minute (default 5)")
+        ->type_name("N")
+        ->check(CLI::Range(0, 1000000));
+    app.add_option("--timeout", options.nTimeoutMs, "How long the program may take to end (default 5000)")
+        ->type_name("MS")
+        ->check(CLI::Range(1, 86400000));
+    app.add_option("--name", options.strName, "The guard's name (default: the program's file name)");
+    app.add_option("--status", status, "Print how the guard of that name does")->type_name("NAME");
+    app.footer("zqguard [OPTIONS] -- PROGRAM ARG...");
+    app.prefix_command();
+    try
+    {
+        app.parse(argc, argv);
+        options.listCommand = app.remaining();
+        if (!options.listCommand.empty() && options.listCommand[0] == "--")
+        {
+            options.listCommand.erase(options.listCommand.begin());
+        }
+        else if (!options.listCommand.empty() && options.listCommand[0][0] == '-')
+        {
+            throw CLI::ExtrasError({options.listCommand[0]});
+        }
+        if (options.listCommand.empty() == status.empty())
+        {
+            throw CLI::RequiredError("Either -- PROGRAM or --status");
+        }
+    }
+    catch (const CLI::ParseError& error)
+    {
+        return app.exit(error) == 0 ? ExitDone : WrongUsage;
+    }
+    if (!status.empty())
+    {
+        return PrintStatus(status);
+    }
+    if (options.strName.empty())
+    {
+        const std::string& program = options.listCommand[0];
+        options.strName = program.substr(program.find_last_of('/') + 1);
+    }
+    return RunGuard(options);
+}
