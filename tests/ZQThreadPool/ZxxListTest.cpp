@@ -20,7 +20,10 @@ protected:
 };
 
 using ListTypes = testing::Types<ZxxListInner<int>, ZxxList<int>>;
-TYPED_TEST_SUITE(ZxxListTest, ListTypes);
+struct ListNames {
+    template <class> static std::string GetName(int i) { return i == 0 ? "ZxxListInner" : "ZxxList"; }
+};
+TYPED_TEST_SUITE(ZxxListTest, ListTypes, ListNames);
 
 TYPED_TEST(ZxxListTest, KeepsItsOrder) {
     TypeParam list;
