@@ -42,13 +42,13 @@ void SharedGuardState::Write(const GuardState& state)
 bool SharedGuardState::Read(GuardState& state) const
 {
     const Cells& cells = *static_cast<const Cells*>(m_memory.Begin());
+    // With acquire, so that the version is read again after all the others.
+    const auto load = [](const ZQAtomicCell& cell) { return __atomic_load_n(&cell, __ATOMIC_ACQUIRE); };
     for (int i = 0; i < MostReads; ++i)
     {
-        const long version = __atomic_load_n(&cells.nVersion, __ATOMIC_ACQUIRE);
-        state = GuardState{ZQAtomicGet(&cells.nPid), ZQAtomicGet(&cells.nStarts), ZQAtomicGet(&cells.nLastExit),
-                           ZQAtomicGet(&cells.nSinceEpoch)};
-        __atomic_thread_fence(__ATOMIC_ACQUIRE);
-        if (version != 0 && version % 2 == 0 && ZQAtomicGet(&cells.nVersion) == version)
+        const long version = load(cells.nVersion);
+        state = GuardState{load(cells.nPid), load(cells.nStarts), load(cells.nLastExit), load(cells.nSinceEpoch)};
+        if (version != 0 && version % 2 == 0 && load(cells.nVersion) == version)
         {
             return true;
         }
