@@ -4,7 +4,7 @@
 /// @file
 /// Flat functions over the processor, the scheduler, the file system, `/proc`, network interfaces and modules.
 ///
-/// Functions that return `int` share one set of results:
+/// Functions that return `int` share one set of results, where nothing else is said:
 ///
 /// | result | meaning                                                     |
 /// |--------|-------------------------------------------------------------|
@@ -16,7 +16,7 @@
 /// | -6     | invalid argument: null or empty where not allowed, `EINVAL` |
 /// | -7     | another error of the system                                 |
 ///
-/// `errno` is left as the failing system call set it. Paths end in a null character; where a function takes a path apart,
+/// `errno` is left as the failing system call set it; functions that print may change it. Paths end in a null character; where a function takes a path apart,
 /// both slashes and backslashes separate its parts.
 ///
 /// Threads: every function may be called from any thread and keeps no state between calls, where nothing else is said. The
@@ -240,14 +240,15 @@ extern "C"
     /// The processor time that the calling process has used since the call before, in percent of one processor: up to 100 times
     /// ZQGetCPUProcessorNumber(), whose first answer it keeps.
     /// @return -1 from the first call, which only begins the measurement; -1 too from a call that comes so soon that no processor
-    ///         has counted a tick (10 ms, as a rule), and where the times cannot be read
+    ///         has counted a tick (10 ms, as a rule), and where the times cannot be read. Negative where a time went back: in a
+    ///         forked child whose parent had begun, and in the first call after the name got a blank.
     ///
-    /// A process that has not used a tick yet has not begun: its calls count as the first. So do all calls while the name of its
+    /// A process that has not used a tick yet has not begun: its calls count as the first. So do, but for the first of them, all calls while the name of its
     /// main thread, which is that of the program unless it was changed, holds a blank. Of the processors' time, what they wait
     /// for disks or serve interrupts is left out, so that on a machine that does much of it the share is too high.
     ///
     /// Threads: there is one measurement in the process; whoever calls ends an interval and begins the next, so leave it to one
-    /// thread. Calls wait for each other. Over `/proc/stat` and `/proc/<pid>/stat`.
+    /// thread. Over `/proc/stat` and `/proc/<pid>/stat`.
     ZQ_API int64_t ZQGetCurProcessCpuUsage();
     /// The file name of the running program, without its directory. With " (deleted)" behind it if the file was replaced or
     /// removed before the first call. Cached.
@@ -259,7 +260,7 @@ extern "C"
     /// @return not null; empty if `uname(2)` fails
     ZQ_API const char* ZQGetOSVersion();
     /// The number of threads of the calling process, the caller's among them; -1 if `/proc/<pid>/status` cannot be opened, 0 if it
-    /// does not tell.
+    /// does not tell. Wrong, as a rule 0, while the name of its main thread holds "Threads": the file tells the name first.
     ZQ_API int ZQGetCurProcessThreadNum();
     /// Tells how many bytes the calling process has had read from disks and written to them. What was read from the page cache is
     /// not counted; what was written counts as soon as it is there, also if it is removed again before it reaches a disk.
@@ -380,12 +381,14 @@ extern "C"
     /// Starts a program as a child.
     ///
     /// Every descriptor above 2 of the calling process is marked close-on-exec, with a line on standard output for each, and
-    /// stays so. What other threads open meanwhile does not reach the program either, where the kernel has `close_range(2)`.
+    /// stays so. What other threads open meanwhile does not reach the program either, from Linux 5.11 on.
     ///
     /// Without the console, terminals among the child's standard streams are replaced, as `nohup(1)` does: reading from standard
-    /// input fails; output goes to the end of "nohup.out" in the folder of @p path, made with mode 0600, in "/" if @p path
-    /// has no folder; hanging up is ignored. If that file cannot be opened, the program runs all the same, with a umask of 0177,
-    /// on the terminal and hung up with it. Streams that are no terminals stay what they are.
+    /// input fails; standard output goes to the end of "nohup.out" in the folder of @p path, made with mode 0600, in "/" if
+    /// @p path has no folder; standard error follows standard output, or goes to that file if there is none; hanging up is
+    /// ignored. If standard input or that file cannot be opened, the program runs all the same, with what was replaced before
+    /// and hung up with the terminal; in the latter case with a umask of 0177. Streams that are no terminals stay what they
+    /// are.
     /// @param path             the program, looked for in `PATH` if it has no slash; the child's argument 0
     /// @param bInheritConsole  whether the child keeps the caller's terminal
     /// @param argc             the number of further arguments, up to 127; 0 and less for none

@@ -73,7 +73,7 @@ public:
     bool Create();
     /// The first byte, or null if nothing is mapped.
     void* Begin() const;
-    /// What follows the last byte; null without an implementation.
+    /// What follows the last byte; null without an implementation, the size as an address if nothing is mapped.
     void* End() const;
 
 private:

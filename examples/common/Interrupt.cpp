@@ -20,6 +20,11 @@ void SetHandler(void (*handler)(int))
     action.sa_flags = SA_RESTART;
     sigaction(SIGINT, &action, nullptr);
     sigaction(SIGTERM, &action, nullptr);
+    struct sigaction hangup;
+    if (sigaction(SIGHUP, nullptr, &hangup) == 0 && hangup.sa_handler != SIG_IGN)  // nohup asks to be left alone
+    {
+        sigaction(SIGHUP, &action, nullptr);
+    }
 }
 }  // namespace
 

@@ -6,6 +6,7 @@
 #include <cerrno>
 #include <csignal>
 #include <cstdio>
+#include <cstring>
 #include <ctime>
 #include <sys/wait.h>
 
@@ -17,9 +18,10 @@ constexpr int EndPollMs = 10;
 constexpr unsigned long WindowMs = 60000;
 constexpr int ExitGaveUp = 1;
 
-/// Reaps a child that has ended. @return whether it has, or is gone for another reason
+/// Reaps a child that has ended. @return whether it has, or is gone for another reason: then the status is -1
 bool HasEnded(long pid, int& status)
 {
+    status = -1;
     const pid_t reaped = waitpid(static_cast<pid_t>(pid), &status, WNOHANG);
     return reaped == pid || (reaped == -1 && errno == ECHILD);
 }
@@ -35,9 +37,10 @@ int Guard::Run()
     ZQTimer timer(0);
     timer.Init(WatchMs, OnTimer, this);
     m_mutex.Lock();
-    if (StartProgram())
+    if (StartProgram() && !timer.Start(false))
     {
-        timer.Start(false);
+        EndProgram();
+        GiveUp(ExitGaveUp, "cannot be watched");
     }
     while (!m_bOver && !Interrupt::Requested())
     {
@@ -92,7 +95,8 @@ void Guard::HandleEnd(int status)
     m_now.nPid = -1;
     m_now.nLastExit = status;
     Publish();
-    if (WIFEXITED(status) && WEXITSTATUS(status) == ExitCannotStart)
+    // Later on it is an end like any other: the file may be missing for the moment of an upgrade.
+    if (m_now.nStarts == 1 && WIFEXITED(status) && WEXITSTATUS(status) == ExitCannotStart)
     {
         GiveUp(ExitCannotStart, "cannot be started");
     }
@@ -136,7 +140,7 @@ void Guard::Publish()
     m_state.Write(m_now);
 }
 
-/// Ends the program politely, then firmly, then by force: a guard never leaves its program behind.
+/// Ends the program politely, then firmly, then by force: a guard that is asked to end leaves no program behind.
 void Guard::EndProgram()
 {
     const long pid = m_now.nPid;
@@ -156,7 +160,11 @@ void Guard::EndProgram()
     {
         if (meter.GetElapsed() > static_cast<unsigned long>(m_options.nTimeoutMs))
         {
-            kill(static_cast<pid_t>(pid), SIGKILL);
+            if (kill(static_cast<pid_t>(pid), SIGKILL) != 0)
+            {
+                fprintf(stderr, "zqguard: %s cannot be ended: %s\n", m_options.listCommand[0].c_str(), strerror(errno));
+                return;
+            }
             waitpid(static_cast<pid_t>(pid), &status, 0);
             return;
         }

@@ -2,9 +2,16 @@
 
 #include "ZQOSApi.h"
 
+#include <unistd.h>
+
 namespace
 {
 constexpr int MostReads = 1000;  // a guard that was killed while writing leaves an odd version for ever
+}
+
+std::string GuardObject(const std::string& strName)
+{
+    return "zqguard-" + std::to_string(getuid()) + "-" + strName;
 }
 
 struct SharedGuardState::Cells
@@ -17,14 +24,17 @@ struct SharedGuardState::Cells
 };
 
 SharedGuardState::SharedGuardState(const std::string& strName, bool bGuard)
-    : m_memory(("zqguard-" + strName).c_str(), sizeof(Cells),
+    : m_strObject(GuardObject(strName)),
+      m_memory(m_strObject.c_str(), sizeof(Cells),
                bGuard ? ZQSharedMemory::AccessReadWrite : ZQSharedMemory::AccessReadOnly, nullptr, bGuard)
 {
 }
 
 bool SharedGuardState::Open()
 {
-    return m_memory.Create();
+    // A guard that was killed at the wrong moment leaves an object of no length, reading which would fault.
+    return m_memory.Create() &&
+           ZQGetFileSize(("/dev/shm/" + m_strObject).c_str()) >= static_cast<int64_t>(sizeof(Cells));
 }
 
 void SharedGuardState::Write(const GuardState& state)

@@ -5,12 +5,15 @@
 
 #include <string>
 
+/// What the lock file and the shared memory of a guard are called: one of a name for each user.
+std::string GuardObject(const std::string& strName);
+
 /// What a guard tells about its program.
 struct GuardState
 {
     long nPid;         ///< Of the program, -1 when it does not run.
     long nStarts;      ///< How often it was started.
-    long nLastExit;    ///< As by `waitpid(2)`, -1 when it has not ended yet.
+    long nLastExit;    ///< As by `waitpid(2)`, -1 when it has not ended yet or nobody knows.
     long nSinceEpoch;  ///< When what is now began: seconds since 1970-01-01 UTC.
 };
 
@@ -35,6 +38,7 @@ public:
 private:
     struct Cells;
 
+    const std::string m_strObject;
     ZQSharedMemory m_memory;
 };
 

@@ -6,6 +6,7 @@
 
 #include <CLI/CLI.hpp>
 
+#include <csignal>
 #include <cstdio>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -20,12 +21,29 @@ enum : int
     ExitNameTaken = 3
 };
 
-/// The lock file of a name, one for each user.
+constexpr size_t LongestName = 200;
+constexpr size_t MostWords = 128;  // the program and 127 arguments
+
+/// The lock file of a name. Always in the same place, whatever the environment says: it is what makes a guard the only one.
 std::string LockFile(const std::string& name)
 {
-    const char* dir = getenv("XDG_RUNTIME_DIR");
-    return std::string(dir != nullptr && *dir != '\0' ? dir : "/tmp") + "/zqguard-" + std::to_string(getuid()) + "-" +
-           name + ".lock";
+    return "/tmp/" + GuardObject(name) + ".lock";
+}
+
+/// Whether a guard of that name runs; what one that was killed has left behind does not count.
+bool IsGuarded(const std::string& name)
+{
+    if (ZQIsFile(LockFile(name).c_str()) != 0)
+    {
+        return false;
+    }
+    ZQProcessMutex only(LockFile(name).c_str());
+    const bool bFree = only.TryLock();
+    if (bFree)
+    {
+        only.Unlock();
+    }
+    return !bFree;
 }
 
 /// "exit status 3" or "signal 11".
@@ -44,16 +62,16 @@ int PrintStatus(const std::string& name)
 {
     SharedGuardState shared(name, false);
     GuardState state;
-    if (!shared.Open() || !shared.Read(state))
+    if (!IsGuarded(name) || !shared.Open() || !shared.Read(state))
     {
         fprintf(stderr, "zqguard: there is no guard of that name: %s\n", name.c_str());
         return ExitFailed;
     }
     char since[32];
     const char* text = ZQDateTime(state.nSinceEpoch).Format(since, sizeof since);
-    dprintf(STDOUT_FILENO, "pid: %ld\nstarts: %ld\nlast exit: %s\nsince: %s\n", state.nPid, state.nStarts,
-            ExitText(state.nLastExit).c_str(), text != nullptr ? text : "unknown");
-    return ExitDone;
+    const int written = dprintf(STDOUT_FILENO, "pid: %ld\nstarts: %ld\nlast exit: %s\nsince: %s\n", state.nPid,
+                                state.nStarts, ExitText(state.nLastExit).c_str(), text != nullptr ? text : "unknown");
+    return written < 0 ? ExitFailed : ExitDone;
 }
 
 int RunGuard(const GuardOptions& options)
@@ -65,12 +83,18 @@ int RunGuard(const GuardOptions& options)
         return ExitNameTaken;
     }
     int status = ExitFailed;
-    SharedGuardState shared(options.strName, true);
-    if (shared.Open() && ZQTimer::ModuleInit(1))
+    Interrupt::Catch();
     {
-        Interrupt::Catch();
-        status = Guard(options, shared).Run();
-        ZQTimer::ModuleUninit();
+        SharedGuardState shared(options.strName, true);  // removed before the next guard may come
+        if (!shared.Open() || !ZQTimer::ModuleInit(1))
+        {
+            fprintf(stderr, "zqguard: no shared memory or no thread for a guard: %s\n", options.strName.c_str());
+        }
+        else
+        {
+            status = Guard(options, shared).Run();
+            ZQTimer::ModuleUninit();
+        }
     }
     only.Unlock();
     return status;
@@ -82,6 +106,7 @@ int main(int argc, char** argv)
     // The library's notes have no place among the output of the program, which inherits the descriptor below the stream.
     FILE* nowhere = fopen("/dev/null", "we");
     stdout = nowhere != nullptr ? nowhere : stderr;
+    signal(SIGCHLD, SIG_DFL);  // whoever started this may have it ignored: then no exit status could be told
 
     GuardOptions options;
     std::string status;
@@ -94,7 +119,10 @@ int main(int argc, char** argv)
         ->check(CLI::Range(1, 86400000));
     app.add_option("--name", options.strName, "The guard's name (default: the program's file name)");
     app.add_option("--status", status, "Print how the guard of that name does")->type_name("NAME");
-    app.footer("zqguard [OPTIONS] -- PROGRAM ARG...");
+    app.footer(
+        "Use as\n  zqguard [OPTIONS] -- PROGRAM ARG...\n  zqguard --status NAME\n\n"
+        "Exit status: 0 ended on request (by an interrupt, a hang-up or a request to terminate); 1 the program\n"
+        "ends too often, or no such guard; 2 wrong usage; 3 the name is taken; 72 the program cannot be started.");
     app.prefix_command();
     try
     {
@@ -125,6 +153,12 @@ int main(int argc, char** argv)
     {
         const std::string& program = options.listCommand[0];
         options.strName = program.substr(program.find_last_of('/') + 1);
+    }
+    if (options.strName.empty() || options.strName.size() > LongestName || options.listCommand.size() > MostWords ||
+        options.strName.find('/') != std::string::npos)
+    {
+        fputs("zqguard: the name cannot be one of a file, or there are more than 127 arguments\n", stderr);
+        return WrongUsage;
     }
     return RunGuard(options);
 }

@@ -94,7 +94,7 @@ ProcessFacts GatherProcess()
 /// Takes the first of two samples. One of 0 ticks would not count as one, so some processor time is spent first.
 void TakeFirstSample()
 {
-    while (std::clock() < CLOCKS_PER_SEC / 50)
+    for (const ZQTimeMeter meter; std::clock() < CLOCKS_PER_SEC / 50 && meter.GetElapsed() < SampleMs;)
     {
     }
     ZQGetCurProcessCpuUsage();

@@ -50,7 +50,8 @@ struct HostFacts
     std::string strUuid;
 };
 
-/// Asks for all of it. Takes half a second, between the two samples of the process's share of the processors.
+/// Asks for all of it. Takes half a second, between the two samples of the process's share of the processors, and as long as
+/// it takes to resolve a name.
 /// @param strRemote  a host name or address, or empty
 HostFacts GatherFacts(const std::string& strRemote);
 

@@ -52,7 +52,7 @@ std::string JsonReport(const HostFacts& facts)
         {"process",
          {{"name", process.strName},
           {"folder", process.strFolder},
-          {"threads", process.nThreads},
+          {"threads", Known(process.nThreads)},
           {"resident_bytes", Known(process.nResidentBytes)},
           {"virtual_bytes", Known(process.nVirtualBytes)},
           {"read_bytes", Known(process.nReadBytes)},

@@ -2,6 +2,7 @@
 #include "HostFacts.h"
 
 #include <algorithm>
+#include <cmath>
 #include <cstdarg>
 #include <cstdio>
 
@@ -26,7 +27,7 @@ __attribute__((format(printf, 2, 3))) void AddLine(std::string& text, const char
 std::string Bar(uint64_t used, uint64_t total)
 {
     const double share = static_cast<double>(used) / static_cast<double>(total);
-    const size_t filled = std::min(BarWidth, static_cast<size_t>(share * BarWidth + 0.5));
+    const size_t filled = std::min(BarWidth, static_cast<size_t>(std::lround(share * BarWidth)));
     return "[" + std::string(filled, '=') + std::string(BarWidth - filled, ' ') + "]";
 }
 
@@ -79,7 +80,7 @@ void AddNetwork(std::string& text, const HostFacts& facts)
     }
     if (!facts.strRemote.empty())
     {
-        AddLine(text, "  towards %s: %s", facts.strRemote.c_str(),
+        AddLine(text, "  towards %s: %s, as a guess", facts.strRemote.c_str(),
                 facts.strLocalIp.empty() ? "no address" : facts.strLocalIp.c_str());
     }
 }
@@ -99,7 +100,7 @@ std::string TextReport(const HostFacts& facts)
     const ProcessFacts& process = facts.process;
     text += "This process\n";
     AddLine(text, "  program    %s in %s", process.strName.c_str(), process.strFolder.c_str());
-    AddLine(text, "  threads    %d", process.nThreads);
+    AddLine(text, "  threads    %s", process.nThreads < 0 ? "not told" : std::to_string(process.nThreads).c_str());
     AddLine(text, "  memory     %s resident, %s virtual", KnownBytes(process.nResidentBytes).c_str(),
             KnownBytes(process.nVirtualBytes).c_str());
     AddLine(text, "  disk       %s read, %s written", KnownBytes(process.nReadBytes).c_str(),

@@ -18,7 +18,7 @@ int main(int argc, char** argv)
     CLI::App app("Reports on this machine and this process.", "zqhost");
     std::string remote;
     bool json = false;
-    app.add_option("HOST", remote, "A host name or address: also say which local address is used towards it");
+    app.add_option("HOST", remote, "A host name or address: also guess which local address is used towards it");
     app.add_flag("--json", json, "Write one JSON object");
     try
     {

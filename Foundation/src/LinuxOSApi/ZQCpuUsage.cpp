@@ -15,7 +15,8 @@ bool ReadCpuTime(uint64_t& time)
     ZQProcFile file("/proc/stat");
     if (!file.IsOpen())
     {
-        puts("ZQGetCurProcessCpuUsage() fopen() /proc/cpuinfo fail! ");  // the settled text: not the file's name
+        puts(
+            "ZQGetCurProcessCpuUsage() fopen() /proc/cpuinfo fail! ");  // another file's name, as those who read the line know it
         return false;
     }
     char line[LineLimit];
@@ -46,21 +47,27 @@ bool ReadProcessTime(uint64_t& time)
     time = ZQParseProcessTime(line);
     return true;
 }
+
+/// Compares @p sample with the one before it, of which there is one in the process.
+ZQCpuSampleResult TakeSample(const ZQCpuSample& sample, int64_t& percent)
+{
+    static const int s_processor_count = ZQGetCPUProcessorNumber();
+    static std::mutex s_mutex;  // so that none is made of the times of two calls; nobody reads or prints under it
+    static ZQCpuSample s_last;
+    std::lock_guard<std::mutex> lock(s_mutex);
+    return ZQTakeCpuSample(s_last, sample, s_processor_count, percent);
+}
 }  // namespace
 
 int64_t ZQGetCurProcessCpuUsage()
 {
-    static const int s_processor_count = ZQGetCPUProcessorNumber();
-    static std::mutex s_mutex;  // so that samples follow one another, and none is made of the times of two calls
-    static ZQCpuSample s_last;
-    std::lock_guard<std::mutex> lock(s_mutex);
     ZQCpuSample sample;
     if (!ReadCpuTime(sample.nCpuTime) || !ReadProcessTime(sample.nProcessTime))
     {
         return -1;
     }
     int64_t percent = -1;
-    switch (ZQTakeCpuSample(s_last, sample, s_processor_count, percent))
+    switch (TakeSample(sample, percent))
     {
     case ZQCpuSampleResult::First: puts("ZQGetCurProcessCpuUsage() last cpu time or process time is 0! "); break;
     case ZQCpuSampleResult::NoTime: puts("ZQGetCurProcessCpuUsage() cpu time delta is 0! "); break;

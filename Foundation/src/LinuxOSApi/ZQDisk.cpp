@@ -32,9 +32,11 @@ int ZQGetSpaceSize(const char* path, uint64_t* total, uint64_t* used, uint64_t* 
         return ZQResultOfError(errno, ZQResultFailed);
     }
     const uint64_t blockSize = static_cast<uint64_t>(space.f_bsize);
-    *total = space.f_blocks * blockSize;
-    *free = space.f_bfree * blockSize;
-    *used = *total - *free;
+    const uint64_t totalBytes = space.f_blocks * blockSize;
+    const uint64_t freeBytes = space.f_bfree * blockSize;
+    *total = totalBytes;
+    *free = freeBytes;
+    *used = totalBytes - freeBytes;
     return ZQResultDone;
 }
 
