@@ -1,7 +1,7 @@
 #include "ZQOSApi.h"
 
-#include "support/WorkDir.h"
 #include "support/Threads.h"
+#include "support/WorkDir.h"
 
 #include <climits>
 #include <csignal>
