@@ -2,11 +2,12 @@
 
 namespace
 {
-// GCC's __sync built-ins are full barriers on every processor. Its __atomic ones are not, even sequentially consistent, and
-// neither are Clang's __sync ones: on arm64 a later access may move up between the load and the store of such an operation.
+// GCC's __sync built-ins are full barriers, but for those that it makes one instruction of on newer arm64 processors. The
+// __atomic ones are not, even sequentially consistent, and neither are Clang's __sync ones: on arm64 a later access may move
+// up between the load and the store of such an operation.
 template <typename Value> inline Value Fenced(Value value)
 {
-#if defined(__clang__) && defined(__aarch64__)
+#if defined(__aarch64__) && (defined(__clang__) || defined(__ARM_FEATURE_ATOMICS))
     __sync_synchronize();
 #endif
     return value;
