@@ -6,7 +6,7 @@
 
 namespace
 {
-constexpr size_t FlushSize = 64 * 1024;
+constexpr size_t FlushSize = 64UL * 1024;
 constexpr int FirstPrivateDescriptor = 3;
 }  // namespace
 

@@ -8,6 +8,7 @@
 
 #include <csignal>
 #include <cstdio>
+#include <exception>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -99,9 +100,8 @@ int RunGuard(const GuardOptions& options)
     only.Unlock();
     return status;
 }
-}  // namespace
 
-int main(int argc, char** argv)
+int Run(int argc, char** argv)
 {
     // The library's notes have no place among the output of the program, which inherits the descriptor below the stream.
     FILE* nowhere = fopen("/dev/null", "we");
@@ -161,4 +161,18 @@ int main(int argc, char** argv)
         return WrongUsage;
     }
     return RunGuard(options);
+}
+}  // namespace
+
+int main(int argc, char** argv)
+{
+    try
+    {
+        return Run(argc, argv);
+    }
+    catch (const std::exception& error)
+    {
+        fprintf(stderr, "zqguard: %s\n", error.what());
+        return 1;
+    }
 }

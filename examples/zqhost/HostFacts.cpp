@@ -41,6 +41,7 @@ std::vector<AddressFacts> GatherAddresses()
     const int count = ZQGetIFAddrLists(&records);
     const std::unique_ptr<ZQIFAddrRecord, void (*)(ZQIFAddrRecord*)> owner(records, ZQFreeIFAddrLists);
     std::vector<AddressFacts> list;
+    list.reserve(static_cast<size_t>(std::max(count, 0)));
     for (int i = 0; i < count; ++i)
     {
         list.push_back(AddressFacts{records[i].szAddr, records[i].szMask});
@@ -54,6 +55,7 @@ std::vector<std::string> GatherMacs()
     const int count = ZQGetMacAddrLists(&records);
     const std::unique_ptr<ZQMacAddrRecord, void (*)(ZQMacAddrRecord*)> owner(records, ZQFreeMacAddrLists);
     std::vector<std::string> list;
+    list.reserve(static_cast<size_t>(std::max(count, 0)));
     for (int i = 0; i < count; ++i)
     {
         list.push_back(records[i].szMac);

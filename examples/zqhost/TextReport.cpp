@@ -40,7 +40,7 @@ std::string DurationText(uint64_t ms)
     {
         text.insert(0, std::to_string(minutes / 60 % 24) + " h ");
     }
-    if (minutes >= 24 * 60)
+    if (minutes >= 24UL * 60)
     {
         text.insert(0, std::to_string(minutes / 60 / 24) + " d ");
     }

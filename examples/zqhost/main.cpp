@@ -7,13 +7,13 @@
 
 #include <cstdio>
 #include <cstring>
+#include <exception>
 
 namespace
 {
 constexpr int WrongUsage = 2;
-}
 
-int main(int argc, char** argv)
+int Run(int argc, char** argv)
 {
     CLI::App app("Reports on this machine and this process.", "zqhost");
     std::string remote;
@@ -37,4 +37,18 @@ int main(int argc, char** argv)
         fprintf(stderr, "zqhost: standard output: %s\n", strerror(error));
     }
     return error == 0 ? 0 : 1;
+}
+}  // namespace
+
+int main(int argc, char** argv)
+{
+    try
+    {
+        return Run(argc, argv);
+    }
+    catch (const std::exception& error)
+    {
+        fprintf(stderr, "zqhost: %s\n", error.what());
+        return 1;
+    }
 }

@@ -7,7 +7,7 @@
 
 namespace
 {
-constexpr size_t BufferSize = 128 * 1024;
+constexpr size_t BufferSize = 128UL * 1024;
 
 /// A file open for reading.
 class OpenFile
