@@ -1,4 +1,4 @@
-#include "ZQThreadPool.h"
+#include "ZQRefThreadPoolCache.h"
 
 // The two caches of list nodes. They differ in their bounds and in what happens beyond them: a task node is dropped, a
 // task pool's node is freed. Programs have come to count on the figures.
@@ -6,17 +6,6 @@
 namespace
 {
 constexpr long TaskCacheBound = 100000;
-constexpr long TPLCacheBound = 200000;
-
-template <class List> typename List::node_type* TakeLast(List& cache)
-{
-    typename List::node_type* pNode = cache.back_node();
-    if (pNode != nullptr)
-    {
-        cache.unlink(pNode);
-    }
-    return pNode;
-}
 }  // namespace
 
 ZQRefThreadPool::TaskNode* ZQRefThreadPool::NewTaskNode(void* context)
@@ -31,7 +20,7 @@ void ZQRefThreadPool::DelTaskNode(TaskNode* node, void* context)
 
 ZQRefThreadPool::TaskNode* ZQRefThreadPool::CallocTaskNodeFromCache(void* cache)
 {
-    TaskNode* pNode = TakeLast(*static_cast<ZxxListInner<_StruRefTask>*>(cache));
+    TaskNode* pNode = ZQTakeLastNode(*static_cast<ZxxListInner<_StruRefTask>*>(cache));
     return pNode != nullptr ? pNode : NewTaskNode(nullptr);
 }
 
@@ -57,19 +46,12 @@ void ZQRefThreadPool::DelTPLTaskNode(TPLTaskNode* node, void* context)
 ZQRefThreadPool::TPLTaskNode* ZQRefThreadPool::GetTPLTaskNode()
 {
     ZQAutoMutex lock(m_mutexTPL);
-    TPLTaskNode* pNode = TakeLast(m_listTPLCache);
+    TPLTaskNode* pNode = ZQTakeLastNode(m_listTPLCache);
     return pNode != nullptr ? pNode : NewTPLTaskNode(nullptr);
 }
 
 void ZQRefThreadPool::FreeTPLTaskNode(TPLTaskNode* node)
 {
     ZQAutoMutex lock(m_mutexTPL);
-    if (m_listTPLCache.size() >= TPLCacheBound)
-    {
-        DelTPLTaskNode(node, nullptr);
-    }
-    else
-    {
-        m_listTPLCache.link_front(node);
-    }
+    ZQCacheTPLTaskNode(*this, node);
 }

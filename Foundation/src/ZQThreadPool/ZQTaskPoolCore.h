@@ -4,6 +4,7 @@
 #include "ZQCheck.h"
 #include "ZQOSApi.h"
 #include "ZQRelaxed.h"
+#include "ZQTaskNodeStash.h"
 #include "ZQThreadPool.h"
 
 /// The state of one task pool and its scheduling.
@@ -49,7 +50,8 @@ public:
     /// The way to a node for m_listWait.
     static ZQRefThreadPool::TPLTaskNode* CallocTPLTaskNodeFromCache(void* core)
     {
-        return static_cast<ZQTaskPoolCore*>(core)->m_pPool->GetTPLTaskNode();
+        ZQTaskPoolCore* pThis = static_cast<ZQTaskPoolCore*>(core);
+        return pThis->m_stash.Take(*pThis->m_pPool);
     }
 
     /// The way back: that of every waiting task that is removed without having run.
@@ -110,6 +112,7 @@ public:
         ZQAtomicDec(&m_nActiveThreads);
         ReturnSlot(slotNode);
         m_listFreeSlots.link_front(slotNode);
+        GiveBackNodesAtRest();
         if (m_bPausing || (m_nStartedSlots == 0 && m_nStatus != 0))
         {
             m_cond.Broadcast();  // under the lock: whoever wakes may destroy the core as soon as it is free
@@ -145,6 +148,7 @@ public:
         {
             m_nStartedSlots = bOwnSlot ? 1 : 0;
         }
+        GiveBackNodesAtRest();
         m_cond.Broadcast();
         return Release();
     }
@@ -184,6 +188,8 @@ public:
 private:
     static constexpr int WaitSliceMs = 1000;
 
+    ZQTaskNodeStash m_stash ZQ_GUARDED_BY(m_mutex);  // empty while no slot is handed out
+
     ~ZQTaskPoolCore() = default;
 
     /// Takes the first free slot for the thread @p lThreadID, with a reference; null if there is none.
@@ -199,6 +205,15 @@ private:
             ++m_nRefs;
         }
         return pSlot;
+    }
+
+    /// Leaves the spare nodes to other task pools while no slot is handed out.
+    void GiveBackNodesAtRest() ZQ_REQUIRES(m_mutex)
+    {
+        if (m_nStartedSlots == 0 && IsBound())
+        {
+            m_stash.GiveBackAll(*m_pPool);
+        }
     }
 
     /// Takes a slot from the busy ones; the caller links it to the free ones and answers for its reference.
@@ -227,9 +242,14 @@ private:
     {
         ZQRefThreadPool::TPLTaskNode* pNode = m_listWait.front_node();
         m_listWait.unlink(pNode);
+        if (ZQRefThreadPool::TPLTaskNode* pNext = m_listWait.front_node())
+        {
+            __builtin_prefetch(pNext->pNext, 1);  // unlinking pNext writes there
+        }
+        void* const pData = pNode->data;
+        m_stash.Put(pNode, *m_pPool);
         m_mutex.Unlock();
-        m_fnTask(pNode->data, m_pUser);
-        m_pPool->FreeTPLTaskNode(pNode);
+        m_fnTask(pData, m_pUser);
         m_mutex.Lock();
     }
 
@@ -314,6 +334,7 @@ private:
         if (m_pPool != nullptr)
         {
             m_listWait.clear();  // by way of the free callback, the nodes to the shared pool, so before it is released
+            m_stash.GiveBackAll(*m_pPool);
             m_pPool->Unref();
         }
         delete this;

@@ -1,0 +1,31 @@
+#ifndef ZQREFTHREADPOOLCACHE_H
+#define ZQREFTHREADPOOLCACHE_H
+
+#include "ZQThreadPool.h"
+
+/// The last node of a list of spare nodes; null if there is none.
+template <class List> typename List::node_type* ZQTakeLastNode(List& cache)
+{
+    typename List::node_type* pNode = cache.back_node();
+    if (pNode != nullptr)
+    {
+        cache.unlink(pNode);
+    }
+    return pNode;
+}
+
+/// ZQRefThreadPool::FreeTPLTaskNode() for a caller who holds the cache's lock.
+inline void ZQCacheTPLTaskNode(ZQRefThreadPool& pool, ZQRefThreadPool::TPLTaskNode* node) ZQ_REQUIRES(pool.m_mutexTPL)
+{
+    constexpr long Bound = 200000;
+    if (pool.m_listTPLCache.size() >= Bound)
+    {
+        ZQRefThreadPool::DelTPLTaskNode(node, nullptr);
+    }
+    else
+    {
+        pool.m_listTPLCache.link_front(node);
+    }
+}
+
+#endif
