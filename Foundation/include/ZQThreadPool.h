@@ -349,6 +349,7 @@ public:
     long m_nRefs;        ///< References; changed by the atomic functions alone.
     ZQMutex m_mutexTPL;  ///< Guards m_listTPLCache; no lock is taken under it.
     ZxxListInner<void*> m_listTPLCache ZQ_GUARDED_BY(m_mutexTPL);  ///< Spare nodes of the task pools' queues.
+    int m_nWakes;  ///< Workers picked for a task and not signalled yet; changed by atomic additions alone.
 };
 
 /// A queue of work. Each piece of data is handed to one callback, once, on threads of a shared pool; at most a fixed number

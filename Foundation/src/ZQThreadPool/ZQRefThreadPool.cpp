@@ -4,6 +4,7 @@
 #include "ZQMilliseconds.h"
 #include "ZQOSApi.h"
 #include "ZQRelaxed.h"
+#include "ZQWorkerWake.h"
 
 #include <algorithm>
 #include <new>
@@ -30,7 +31,7 @@ ZQRefThreadPool* ZQRefThreadPool::Create(int nMaxThreads, int nIdleSeconds)
 
 ZQRefThreadPool::ZQRefThreadPool(int nMinThreads, int nMaxThreads, int nIdleSeconds)
     : m_nMinThreads(nMinThreads), m_nMaxThreads(nMaxThreads), m_nIdleTimeout(ZQMillisecondsOf(nIdleSeconds)),
-      m_bRunning(true), m_nCapacity(0), m_nRefs(1)
+      m_bRunning(true), m_nCapacity(0), m_nRefs(1), m_nWakes(0)
 {
     m_listTasks.set_node_functions(CallocTaskNodeFromCache, FreeTaskNodeToCache, &m_listTaskCache);
     m_listTaskCache.set_node_functions(NewTaskNode, DelTaskNode, nullptr);
@@ -41,6 +42,7 @@ ZQRefThreadPool::~ZQRefThreadPool()
 {
     StopAll();
     JoinAll();
+    ZQWorkerWake::WaitForAll(*this);
     for (auto it = m_listThreads.begin(); it != m_listThreads.end(); ++it)
     {
         delete *it;
@@ -68,28 +70,8 @@ void ZQRefThreadPool::Unref()
 
 bool ZQRefThreadPool::Start(TaskFunction pfnTask, void* pArg, ZQTaskPoolCore* pCore)
 {
-    if (!ZQRelaxedLoad(m_bRunning))
-    {
-        return false;
-    }
-    ZQAutoMutex lock(m_mutex);
-    if (!ZQRelaxedLoad(m_bRunning))
-    {
-        // Stopped since. A worker started now would be one whose thread is on its way out and needs this lock to leave.
-        return false;
-    }
-    m_listTasks.push_back(_StruRefTask{pfnTask, pArg, pCore});
-    ThreadNode* pIdle = m_listIdle.front_node();
-    if (pIdle != nullptr)
-    {
-        m_listIdle.unlink(pIdle);
-        pIdle->data->Signal();
-    }
-    else if (GetCapacity() < m_nMaxThreads)
-    {
-        AddThread();
-    }
-    return true;
+    ZQWorkerWake wake;
+    return wake.Queue(*this, _StruRefTask{pfnTask, pArg, pCore});
 }
 
 bool ZQRefThreadPool::Start(TaskFunction pfnTask, void* pArg)

@@ -91,6 +91,7 @@ int ZQTaskPool::Task(void* data, bool bUrgent)
     {
         return ResultNotInitialised;
     }
+    ZQWorkerWake wake;  // before the lock, so that it wakes after it
     ZQAutoMutex lock(m_pCore->m_mutex);
     if (m_pCore->m_nStatus != 0)
     {
@@ -98,7 +99,7 @@ int ZQTaskPool::Task(void* data, bool bUrgent)
     }
     if (m_pCore->m_lMaxWaitTasks >= 1 && m_pCore->m_listWait.size() >= m_pCore->m_lMaxWaitTasks)
     {
-        m_pCore->StartThread();  // so that the queue drains
+        m_pCore->StartThread(wake);  // so that the queue drains
         return ResultFull;
     }
     if (bUrgent)
@@ -109,7 +110,7 @@ int ZQTaskPool::Task(void* data, bool bUrgent)
     {
         m_pCore->m_listWait.push_back(data);
     }
-    m_pCore->StartThread();
+    m_pCore->StartThread(wake);
     return ResultDone;
 }
 
@@ -141,8 +142,13 @@ int ZQTaskPool::Resume()
     {
         const long nFree = m_pCore->m_listFreeSlots.size();
         const long nSlots = std::min<long>(nFree, m_pCore->m_iMaxThread - m_pCore->m_nStartedSlots);
-        for (long i = 0; i < nSlots && m_pCore->StartThread(); ++i)
+        for (long i = 0; i < nSlots; ++i)
         {
+            ZQWorkerWake wake;
+            if (!m_pCore->StartThread(wake))
+            {
+                break;
+            }
         }
     }
     return ResultDone;

@@ -6,6 +6,7 @@
 #include "ZQRelaxed.h"
 #include "ZQTaskNodeStash.h"
 #include "ZQThreadPool.h"
+#include "ZQWorkerWake.h"
 
 /// The state of one task pool and its scheduling.
 ///
@@ -71,15 +72,17 @@ public:
     }
 
     /// Hands one slot to the shared pool.
+    /// @param wake  becomes the worker that the caller wakes once he has unlocked m_mutex, which is the first thing that the
+    ///              worker asks for
     /// @return `false` if there is none, or if the shared pool takes no tasks any more
-    bool StartThread() ZQ_REQUIRES(m_mutex)
+    bool StartThread(ZQWorkerWake& wake) ZQ_REQUIRES(m_mutex)
     {
         SlotNode* pSlot = TakeSlot(-1);
         if (pSlot == nullptr)
         {
             return false;
         }
-        if (m_pPool->Start(ThreadPoolProxy, pSlot, this))
+        if (wake.Queue(*m_pPool, ZQRefThreadPool::_StruRefTask{ThreadPoolProxy, pSlot, this}))
         {
             return true;
         }
