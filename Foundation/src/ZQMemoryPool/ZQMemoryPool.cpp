@@ -2,6 +2,7 @@
 
 #include "ZQCheck.h"
 #include "ZQMemoryPoolChunk.h"
+#include "ZQProbe.h"
 
 #include <algorithm>
 #include <climits>
@@ -34,6 +35,7 @@ ZQMemoryPool::~ZQMemoryPool()
 {
     for (auto it = m_lstChunks.begin(); it != m_lstChunks.end(); ++it)
     {
+        ZQProbe::ChunkReleased(this, *it);
         std::free(*it);
     }
 }
@@ -115,6 +117,7 @@ ZQMemoryPool::_StruChunk* ZQMemoryPool::CallocNext(unsigned int count)
     m_lstChunks.push_back(static_cast<char*>(block));
     AddOrdered(chunk->FirstSlice(), count, chunk);
     m_nTotal += count;
+    ZQProbe::ChunkAdded(this, chunk, count);
     return chunk;
 }
 
@@ -178,6 +181,7 @@ void ZQMemoryPool::FreeChunk(_StruChunk* chunk)
     }
     MemoryPoolCheck.CrashUnless(*link != nullptr, "prev", 132);
     _StruChunk::Unlist(link);
+    ZQProbe::ChunkReleased(this, chunk);
     std::free(chunk);
 }
 

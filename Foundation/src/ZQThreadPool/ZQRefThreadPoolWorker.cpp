@@ -1,6 +1,7 @@
 #include "ZQThreadPool.h"
 
 #include "ZQCheck.h"
+#include "ZQProbe.h"
 #include "ZQRelaxed.h"
 #include "ZQTime.h"
 
@@ -120,6 +121,7 @@ void ZQRefThreadPool::ThreadEntry(ZQThread& thread)
     ThreadNode* pNode = ZxxListInner<MyThread*>::calloc_node(nullptr);
     ThreadPoolCheck.CrashUnless(pNode != nullptr, "pNode");
     pNode->data = pThread;
+    ZQProbe::WorkerStarted(this, lThreadID);
 
     bool wasIdle = false;
     bool leavesIdle = false;
@@ -156,6 +158,7 @@ void ZQRefThreadPool::ThreadEntry(ZQThread& thread)
         std::printf("threadpool thread  %ld idle exit.\n", lThreadID);
         m_mutex.Lock();
     }
+    ZQProbe::WorkerExited(this, lThreadID, leavesIdle);
     thread.Stop();
     m_mutex.Unlock();
     // From here on AddThread() may join this thread under the lock, and the pool may be gone: nothing below may touch it.

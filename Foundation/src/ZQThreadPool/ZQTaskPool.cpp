@@ -1,5 +1,6 @@
 #include "ZQThreadPool.h"
 
+#include "ZQProbe.h"
 #include "ZQTaskPoolCore.h"
 
 #include <algorithm>
@@ -102,6 +103,7 @@ int ZQTaskPool::Task(void* data, bool bUrgent)
         m_pCore->StartThread(wake);  // so that the queue drains
         return ResultFull;
     }
+    ZQProbe::TaskQueued(m_pCore, data, bUrgent);
     if (bUrgent)
     {
         m_pCore->m_listWait.push_front(data);

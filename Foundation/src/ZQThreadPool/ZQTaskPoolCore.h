@@ -3,6 +3,7 @@
 
 #include "ZQCheck.h"
 #include "ZQOSApi.h"
+#include "ZQProbe.h"
 #include "ZQRelaxed.h"
 #include "ZQTaskNodeStash.h"
 #include "ZQThreadPool.h"
@@ -59,6 +60,7 @@ public:
     static void FreeTPLTaskNodeToCache(ZQRefThreadPool::TPLTaskNode* node, void* core)
     {
         const ZQTaskPoolCore* pThis = static_cast<ZQTaskPoolCore*>(core);
+        ZQProbe::TaskRemoved(pThis, node->data);
         if (pThis->m_fnFree != nullptr)
         {
             pThis->m_fnFree(node->data, pThis->m_pUser);
@@ -252,7 +254,9 @@ private:
         void* const pData = pNode->data;
         m_stash.Put(pNode, *m_pPool);
         m_mutex.Unlock();
+        ZQProbe::TaskBegun(this, pData, m_fnTask);
         m_fnTask(pData, m_pUser);
+        ZQProbe::TaskDone(this, pData);
         m_mutex.Lock();
     }
 

@@ -2,6 +2,7 @@
 
 #include "ZQCheck.h"
 #include "ZQOSApi.h"
+#include "ZQProbe.h"
 #include "ZQRelaxed.h"
 
 #include <new>
@@ -153,7 +154,9 @@ void ZQTimer::RunCallback()
     const long nRuns = ZQAtomicInc(&p->_nOnlyOne);
     TimeCheck.CrashUnless(nRuns == 1, "1==ZQAtomicInc(p->_nOnlyOne)", RunCallbackLine);
     ZQRelaxedStore(p->lThreadID, ZQThread::GetCurrentThreadID());
+    ZQProbe::TimerBegun(this, m_pCallback);
     m_pCallback(*this, m_pUser);
+    ZQProbe::TimerDone(this);
     // The timer may be gone: nothing below touches it.
     ZQRelaxedStore(p->lThreadID, 0L);
     ZQAtomicDec(&p->_nOnlyOne);

@@ -2,6 +2,7 @@
 
 #include "ZQCheck.h"
 #include "ZQOSApi.h"
+#include "ZQProbe.h"
 
 #include <new>
 
@@ -143,10 +144,14 @@ void ZQTimerGlobal::Scan()
     ZQAutoMutex lock(m_mutex);
     for (ZQTimer* pTimer : m_setTimers)
     {
-        if (!m_lstDue.linked(&pTimer->m_pShared->node) && pTimer->m_bStarted &&
-            pTimer->m_meter.GetElapsed() >= static_cast<unsigned long>(pTimer->m_nInterval) &&
-            pTimer->m_pShared->BeginRun())
+        if (m_lstDue.linked(&pTimer->m_pShared->node) || !pTimer->m_bStarted)
         {
+            continue;
+        }
+        const unsigned long elapsed = pTimer->m_meter.GetElapsed();
+        if (elapsed >= static_cast<unsigned long>(pTimer->m_nInterval) && pTimer->m_pShared->BeginRun())
+        {
+            ZQProbe::TimerHandedOut(pTimer, pTimer->m_nInterval, elapsed);
             HandOut(pTimer);
         }
     }
