@@ -1,4 +1,4 @@
-# What `cmake --install` puts where: headers, library, CMake package, pkg-config file.
+# What `cmake --install` puts where: headers, library, CMake package, pkg-config file, tools.
 include(CMakePackageConfigHelpers)
 
 set(package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/ZQFoundation)
@@ -24,3 +24,9 @@ cmake_path(RELATIVE_PATH CMAKE_INSTALL_FULL_INCLUDEDIR
   BASE_DIRECTORY ${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig OUTPUT_VARIABLE pc_includedir)
 configure_file(${PROJECT_SOURCE_DIR}/cmake/ZQFoundation.pc.in ${CMAKE_CURRENT_BINARY_DIR}/ZQFoundation.pc @ONLY)
 install(FILES ${CMAKE_CURRENT_BINARY_DIR}/ZQFoundation.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
+
+# gdb loads a script by the full path of the library that it belongs to, which is known when the prefix is. Under /usr it does
+# so by itself, elsewhere after add-auto-load-scripts-directory.
+install(FILES ${PROJECT_SOURCE_DIR}/tools/gdb/zqfoundation.py
+  DESTINATION ${CMAKE_INSTALL_DATADIR}/gdb/auto-load/\${CMAKE_INSTALL_PREFIX}/${CMAKE_INSTALL_LIBDIR}
+  RENAME $<TARGET_FILE_NAME:ZQFoundation>-gdb.py)

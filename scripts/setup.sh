@@ -13,8 +13,8 @@ arm64=(qemu-user g++-aarch64-linux-gnu binutils-aarch64-linux-gnu libc6:arm64 li
 for use in "$@"; do
     case $use in
         build) ;;
-        release) needed+=("${tests[@]}") ;;
-        clang) needed+=("${tests[@]}" clang) ;;
+        release) needed+=("${tests[@]}" gdb) ;;
+        clang) needed+=("${tests[@]}" clang gdb) ;;
         asan) needed+=("${tests[@]}" libasan8 libubsan1) ;;
         tsan) needed+=("${tests[@]}" libtsan2) ;;
         arm64) needed+=("${tests[@]}" "${arm64[@]}") ;;
