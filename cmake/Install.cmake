@@ -25,6 +25,9 @@ cmake_path(RELATIVE_PATH CMAKE_INSTALL_FULL_INCLUDEDIR
 configure_file(${PROJECT_SOURCE_DIR}/cmake/ZQFoundation.pc.in ${CMAKE_CURRENT_BINARY_DIR}/ZQFoundation.pc @ONLY)
 install(FILES ${CMAKE_CURRENT_BINARY_DIR}/ZQFoundation.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
 
+install(FILES ${PROJECT_SOURCE_DIR}/tools/queue_wait.bt ${PROJECT_SOURCE_DIR}/tools/timer_lateness.bt
+  DESTINATION ${CMAKE_INSTALL_DATADIR}/ZQFoundation)
+
 # gdb loads a script by the full path of the library that it belongs to, which is known when the prefix is. Under /usr it does
 # so by itself, elsewhere after add-auto-load-scripts-directory.
 install(FILES ${PROJECT_SOURCE_DIR}/tools/gdb/zqfoundation.py
