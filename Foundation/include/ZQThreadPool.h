@@ -184,6 +184,7 @@ private:
         void* pArg;
     };
 
+    void QueueTask(const _StruTask& task) ZQ_REQUIRES(m_mutex);
     void WakeOrAddThread() ZQ_REQUIRES(m_mutex);
     void RunFirstTask() ZQ_REQUIRES(m_mutex);
 
@@ -197,6 +198,7 @@ private:
     bool m_bRunning;  // written under m_mutex, read by Start() before it locks
     int m_nIdleThreads ZQ_GUARDED_BY(m_mutex);
     int m_nCapacity;  // workers alive; written under m_mutex, read without
+    std::list<_StruTask> m_listSpare ZQ_GUARDED_BY(m_mutex);  // nodes for m_listTasks, the one used last first
 };
 
 /// Worker threads that several owners share, with a queue of functions to run, first in first out.

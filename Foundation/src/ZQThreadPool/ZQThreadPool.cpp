@@ -10,7 +10,8 @@
 namespace
 {
 constexpr int WaitSliceMs = 1000;
-}
+constexpr std::size_t MostSpareTasks = 4096;
+}  // namespace
 
 ZQThreadPool::ZQThreadPool(int nMinThreads, int nMaxThreads, int nIdleSeconds)
     : m_nMinThreads(nMinThreads), m_nMaxThreads(nMaxThreads), m_nIdleTimeout(ZQMillisecondsOf(nIdleSeconds)),
@@ -43,7 +44,7 @@ bool ZQThreadPool::Start(TaskFunction fn, void* arg)
         // Stopped since. A worker started now would be one whose thread is on its way out and needs this lock to leave.
         return false;
     }
-    m_listTasks->push_back(_StruTask{fn, arg});
+    QueueTask(_StruTask{fn, arg});
     WakeOrAddThread();
     return true;
 }
@@ -140,6 +141,18 @@ void ZQThreadPool::ThreadEntry(ZQThread& thread)
     ZQRelaxedStore(m_nCapacity, GetCapacity() - 1);
 }
 
+/// Appends a task, in a node that has served before if there is one.
+void ZQThreadPool::QueueTask(const _StruTask& task)
+{
+    if (m_listSpare.empty())
+    {
+        m_listTasks->push_back(task);
+        return;
+    }
+    m_listSpare.front() = task;
+    m_listTasks->splice(m_listTasks->end(), m_listSpare, m_listSpare.begin());
+}
+
 /// Sees to it that somebody takes the oldest task, if more workers are allowed.
 void ZQThreadPool::WakeOrAddThread()
 {
@@ -157,7 +170,14 @@ void ZQThreadPool::WakeOrAddThread()
 void ZQThreadPool::RunFirstTask()
 {
     const _StruTask task = m_listTasks->front();
-    m_listTasks->pop_front();
+    if (m_listSpare.size() < MostSpareTasks)
+    {
+        m_listSpare.splice(m_listSpare.begin(), *m_listTasks, m_listTasks->begin());
+    }
+    else
+    {
+        m_listTasks->pop_front();
+    }
     if (!m_listTasks->empty())
     {
         WakeOrAddThread();
