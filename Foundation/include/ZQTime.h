@@ -389,6 +389,7 @@ private:
     struct _StruShared;
 
     bool IsStarted();
+    unsigned long DueAfter(unsigned long start) const;
 
     const long m_lTimerID;
     bool m_bStarted;

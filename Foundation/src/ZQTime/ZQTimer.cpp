@@ -15,7 +15,7 @@ constexpr int RunCallbackLine = 1532;  // the line that the documented report of
 }  // namespace
 
 ZQTimer::_StruShared::_StruShared(ZQTimer* pTimer)
-    : nRef(1), bRunning(false), lThreadID(0), _nOnlyOne(0), node{&node, &node, pTimer}
+    : nRef(1), bRunning(false), lThreadID(0), _nOnlyOne(0), node{&node, &node, pTimer}, place(ZQTimerSchedule::NoPlace)
 {
 }
 
@@ -98,19 +98,9 @@ bool ZQTimer::Start(bool fireNow)
     {
         return true;
     }
-    if (fireNow)
-    {
-        m_meter.Reset(0);
-    }
-    else
-    {
-        m_meter.Reset();
-    }
-    m_bStarted = true;
-    if (!s_csTimerGlobal.Insert(this))
-    {
-        m_bStarted = false;
-    }
+    const unsigned long start = fireNow ? 0 : ZQDateTime::GetTickCount();
+    m_meter.Reset(start);
+    m_bStarted = s_csTimerGlobal.Insert(this, start);
     return m_bStarted;
 }
 
@@ -118,6 +108,12 @@ bool ZQTimer::IsStarted()
 {
     ZQAutoMutex lock(m_mutex);
     return m_bStarted;
+}
+
+/// The first tick at which an interval from @p start is over.
+unsigned long ZQTimer::DueAfter(unsigned long start) const
+{
+    return start + static_cast<unsigned long>(m_nInterval);
 }
 
 void ZQTimer::Stop(bool wait)

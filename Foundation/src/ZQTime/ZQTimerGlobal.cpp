@@ -67,6 +67,7 @@ void ZQTimerGlobal::Uninit()
     StopThreads();
     ZQAutoMutex lock(m_mutex);
     m_setTimers.clear();
+    m_schedule.Clear();
 }
 
 bool ZQTimerGlobal::IsUp() const
@@ -74,16 +75,23 @@ bool ZQTimerGlobal::IsUp() const
     return ZQAtomicGet(&m_nInit) >= 1;
 }
 
-bool ZQTimerGlobal::Insert(ZQTimer* pTimer)
+bool ZQTimerGlobal::Insert(ZQTimer* pTimer, unsigned long start)
 {
     ZQAutoMutex lock(m_mutex);
+    std::size_t& place = pTimer->m_pShared->place;
+    place = ZQTimerSchedule::NoPlace;
     try
     {
+        m_schedule.Add(pTimer, &place, pTimer->DueAfter(start));
         m_setTimers.insert(pTimer);
         return true;
     }
     catch (const std::bad_alloc&)
     {
+        if (place != ZQTimerSchedule::NoPlace)
+        {
+            m_schedule.Remove(place);
+        }
         return false;
     }
 }
@@ -91,7 +99,10 @@ bool ZQTimerGlobal::Insert(ZQTimer* pTimer)
 void ZQTimerGlobal::Withdraw(ZQTimer* pTimer)
 {
     ZQAutoMutex lock(m_mutex);
-    m_setTimers.erase(pTimer);
+    if (m_setTimers.erase(pTimer) > 0)  // not after the module went down, which empties the set
+    {
+        m_schedule.Remove(pTimer->m_pShared->place);
+    }
     DueNode* pNode = &pTimer->m_pShared->node;
     if (m_lstDue.linked(pNode))
     {
@@ -142,16 +153,13 @@ void ZQTimerGlobal::_FreeListMangerNode(DueNode*, void*)
 void ZQTimerGlobal::Scan()
 {
     ZQAutoMutex lock(m_mutex);
-    for (ZQTimer* pTimer : m_setTimers)
+    const unsigned long now = ZQDateTime::GetTickCount();
+    for (ZQTimer* pTimer : m_schedule.Due(now))
     {
-        if (m_lstDue.linked(&pTimer->m_pShared->node) || !pTimer->m_bStarted)
+        if (!m_lstDue.linked(&pTimer->m_pShared->node) && pTimer->m_pShared->BeginRun())
         {
-            continue;
-        }
-        const unsigned long elapsed = pTimer->m_meter.GetElapsed();
-        if (elapsed >= static_cast<unsigned long>(pTimer->m_nInterval) && pTimer->m_pShared->BeginRun())
-        {
-            ZQProbe::TimerHandedOut(pTimer, pTimer->m_nInterval, elapsed);
+            const unsigned long late = now - m_schedule.GetDue(pTimer->m_pShared->place);
+            ZQProbe::TimerHandedOut(pTimer, pTimer->m_nInterval, pTimer->DueAfter(late));
             HandOut(pTimer);
         }
     }
@@ -161,7 +169,10 @@ void ZQTimerGlobal::HandOut(ZQTimer* pTimer)
 {
     DueNode* pNode = &pTimer->m_pShared->node;
     m_lstDue.link_front(pNode);
-    pTimer->m_meter.Reset();  // the interval counts from here, not from the end of the callback
+    // The interval counts from here, not from the end of the callback.
+    const unsigned long now = ZQDateTime::GetTickCount();
+    pTimer->m_meter.Reset(now);
+    m_schedule.SetDue(pTimer->m_pShared->place, pTimer->DueAfter(now));
     if (!m_pPool->Start(ThreadPoolProxy, this))
     {
         pTimer->m_pShared->EndRun();

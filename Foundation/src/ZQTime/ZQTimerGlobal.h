@@ -3,6 +3,7 @@
 
 #include "ZQThreadPool.h"
 #include "ZQTime.h"
+#include "ZQTimerSchedule.h"
 
 #include <set>
 
@@ -21,11 +22,12 @@ struct ZQTimer::_StruShared
     void Release();
 
     ZQMutex mutex;
-    long nRef;       // 1 for the timer and 1 for a running callback; changed by the atomic functions alone
-    bool bRunning;   // written under the mutex; released for whoever waits for its end without
-    long lThreadID;  // who runs the callback, 0 for nobody; read without a lock
-    long _nOnlyOne;  // guard against two runs at once; changed by the atomic functions alone
-    DueNode node;    // of the queue of due timers; its data is the timer
+    long nRef;          // 1 for the timer and 1 for a running callback; changed by the atomic functions alone
+    bool bRunning;      // written under the mutex; released for whoever waits for its end without
+    long lThreadID;     // who runs the callback, 0 for nobody; read without a lock
+    long _nOnlyOne;     // guard against two runs at once; changed by the atomic functions alone
+    DueNode node;       // of the queue of due timers; its data is the timer
+    std::size_t place;  // in the schedule of the started timers; kept by the timer module
 };
 
 /// The timer module: the service thread that looks at the started timers, and the pool whose workers run the callbacks.
@@ -47,8 +49,10 @@ public:
     void Uninit();
     /// Whether anybody holds the module.
     bool IsUp() const;
-    /// Has the service thread look at @p pTimer from now on. @return `false` without memory
-    bool Insert(ZQTimer* pTimer);
+    /// Has the service thread look at @p pTimer from now on.
+    /// @param start  the tick from which its interval counts
+    /// @return `false` without memory
+    bool Insert(ZQTimer* pTimer, unsigned long start);
     /// Has it look no more, and takes back a run that no worker has taken yet.
     void Withdraw(ZQTimer* pTimer);
 
@@ -77,6 +81,7 @@ private:
     ZxxListInner<ZQTimer*>
         m_lstDue ZQ_GUARDED_BY(m_mutex);  // handed out and not taken, the newest first; nodes of the timers
     ZQMutex m_mutexModule;                // one user takes the module up or down at a time
+    ZQTimerSchedule m_schedule ZQ_GUARDED_BY(m_mutex);  // when each of m_setTimers is due
 };
 
 /// The only one; defined in ZQGlobals.cpp.
