@@ -42,6 +42,7 @@
 /// are mixed with single ones, and chunks of a moderate size.
 ///
 /// Lifetime: the destructor frees every chunk, and all blocks with it, whether they were given back or not.
+/// @ingroup memorypool
 class ZQ_API ZQMemoryPool
 {
 public:

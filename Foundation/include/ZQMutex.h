@@ -38,6 +38,7 @@
 ///
 /// Threads: any operation from any thread; its holder unlocks it. Lifetime: free when destroyed, never copied. Wait on it
 /// only with ZQCond, which keeps the mark true while the waiter sleeps. Over `pthread_mutex_t` with default attributes.
+/// @ingroup locks
 class ZQ_API ZQ_CAPABILITY("mutex") ZQMutex
 {
 public:
@@ -64,6 +65,7 @@ private:
 };
 
 /// Holds a ZQMutex from its construction to its destruction.
+/// @ingroup locks
 class ZQ_API ZQ_SCOPED_CAPABILITY ZQAutoMutex
 {
 public:
@@ -85,10 +87,12 @@ private:
 /// UnlockWrite() the count stays one too high: the next Unlock() of a writer ends the process, that of a reader takes the count
 /// for its own.
 ///
-/// Readers that keep coming can hold a writer back for a long time: no attribute of the platform's lock is set, and its
-/// default prefers readers. Use a ZQMutex where writers must not wait long.
+/// Readers that keep coming can hold a writer back for ever, and two of them are enough if one always comes before the other
+/// goes: no attribute of the platform's lock is set, and its default prefers readers. The more readers, the longer the wait. Use
+/// a ZQMutex where writers must not wait long.
 ///
 /// Threads: any operation from any thread. Over `pthread_rwlock_t` with default attributes.
+/// @ingroup locks
 class ZQ_API ZQ_CAPABILITY("mutex") ZQMutexRW
 {
 public:
@@ -121,6 +125,7 @@ private:
 };
 
 /// Holds a ZQMutexRW for reading from its construction to its destruction.
+/// @ingroup locks
 class ZQ_API ZQ_SCOPED_CAPABILITY ZQAutoReadLock
 {
 public:
@@ -136,6 +141,7 @@ private:
 };
 
 /// Holds a ZQMutexRW for writing from its construction to its destruction.
+/// @ingroup locks
 class ZQ_API ZQ_SCOPED_CAPABILITY ZQAutoWriteLock
 {
 public:
@@ -159,6 +165,7 @@ private:
 /// Threads: any operation from any thread; Signal() and Broadcast() with or without the mutex held. Waits are
 /// cancellation points; a thread that is cancelled in one holds the mutex again while its clean-up runs. Over
 /// `pthread_cond_t` with `CLOCK_MONOTONIC`.
+/// @ingroup locks
 class ZQ_API ZQCond
 {
 public:
@@ -205,6 +212,7 @@ private:
 /// since the file is opened close-on-exec.
 ///
 /// Threads: any operation from any thread; the thread that locked unlocks. Not recursive. Over `lockf(3)`.
+/// @ingroup locks
 class ZQ_API ZQ_CAPABILITY("mutex") ZQProcessMutex
 {
 public:

@@ -16,8 +16,8 @@
 /// | -6     | invalid argument: null or empty where not allowed, `EINVAL` |
 /// | -7     | another error of the system                                 |
 ///
-/// `errno` is left as the failing system call set it; functions that print may change it. Paths end in a null character; where a function takes a path apart,
-/// both slashes and backslashes separate its parts.
+/// `errno` is left as the failing system call set it; functions that print may change it. Paths end in a null character;
+/// where a function takes a path apart, both slashes and backslashes separate its parts.
 ///
 /// Threads: every function may be called from any thread and keeps no state between calls, where nothing else is said. The
 /// functions on files print nothing.
@@ -35,9 +35,11 @@
 #include <string>
 
 /// A word that the atomic functions work on: 64 bits, naturally aligned, owned by the caller.
+/// @ingroup atomics
 typedef long ZQAtomicCell;
 
 /// An entry that a walk hands to its callback.
+/// @ingroup files
 struct _ZQStruFileInfo
 {
     const char* pszPath;  ///< The directory, "/" and the name, or a mount point; valid during the callback only.
@@ -45,10 +47,14 @@ struct _ZQStruFileInfo
 };
 
 /// Called by a walk for an entry; returns `true` to go on, `false` to stop. @p user is what the walk was given.
+/// @ingroup files
 typedef bool (*ZQFetchDirCallBack)(const _ZQStruFileInfo& info, void* user);
 
 extern "C"
 {
+    /// @addtogroup atomics
+    /// @{
+
     /// @name Atomic operations
     /// Lock-free, callable from any thread and from signal handlers. Those that change a cell are full memory barriers.
     /// Mind the asymmetry: ZQAtomicInc() and ZQAtomicDec() return the new value, ZQAtomicAnd() and ZQAtomicOr() the old one.
@@ -56,21 +62,22 @@ extern "C"
 
     /// Stores @p value.
     ZQ_API void ZQAtomicSet(volatile long* cell, long value);
-    /// Reads the cell: one load, no barrier.
+    /// Reads the cell: one load, no barrier. To read what another thread wrote before it changed the cell, use
+    /// ZQAtomicOr() with 0.
     ZQ_API long ZQAtomicGet(const volatile long* cell);
-    /// Adds 1; returns the value after it.
+    /// Adds 1. @return the value after it
     ZQ_API long ZQAtomicInc(volatile long* cell);
-    /// Subtracts 1; returns the value after it.
+    /// Subtracts 1. @return the value after it
     ZQ_API long ZQAtomicDec(volatile long* cell);
-    /// Keeps the bits of @p mask; returns the value before it.
+    /// Keeps the bits of @p mask. @return the value before it
     ZQ_API long ZQAtomicAnd(volatile long* cell, long mask);
-    /// Sets the bits of @p mask; returns the value before it.
+    /// Sets the bits of @p mask. @return the value before it
     ZQ_API long ZQAtomicOr(volatile long* cell, long mask);
-    /// Stores @p desired if the cell holds @p expected; returns whether it did. A barrier in either case.
+    /// Stores @p desired if the cell holds @p expected. A barrier in either case. @return whether it did
     ZQ_API bool ZQAtomicCompareExchange(volatile long* cell, long expected, long desired);
     /// Stores @p value.
     ZQ_API void ZQAtomicPointerSet(void* volatile* cell, void* value);
-    /// Stores @p desired if the cell holds @p expected; returns whether it did. A barrier in either case.
+    /// Stores @p desired if the cell holds @p expected. A barrier in either case. @return whether it did
     ZQ_API bool ZQAtomicCompareExchangePointer(void* volatile* cell, void* expected, void* desired);
     /// @}
 
@@ -81,7 +88,8 @@ extern "C"
     /// @param milliseconds  from 1000 on, a rest beyond whole seconds is slept 5 ms short, and one of up to 5 ms not at all. Not
     ///                      for negative values: they are taken as a large unsigned number of microseconds, up to 71 minutes.
     ///
-    /// A signal ends a sleep of less than a second. Whole seconds are slept on with, as many as `sleep(3)` tells are left.
+    /// A signal ends a sleep of less than a second. Whole seconds are slept on with, as many as `sleep(3)` tells are left. Where
+    /// the time must have passed, ask a ZQTimeMeter and sleep on.
     /// Over `usleep(3)` and `sleep(3)`.
     ZQ_API void ZQSleep(int milliseconds);
     /// Lets another thread run. @return 0, as `sched_yield(2)`
@@ -89,13 +97,17 @@ extern "C"
     /// The number of processors that are online, at least 1. Over `sysconf(_SC_NPROCESSORS_ONLN)`.
     ZQ_API int ZQGetCPUProcessorNumber();
     /// @}
+    /// @}
+
+    /// @addtogroup files
+    /// @{
 
     /// @name Making and removing
     /// @{
 
     /// Makes one directory with mode 0777 less the process's umask. Separators at the end of @p path are ignored.
-    /// @return 0, also when something of that name exists already, a directory or not; -6 null, empty or a single separator;
-    ///         -1 any other failure. Over `mkdir(2)`.
+    /// @return 0, also when something of that name exists already, a directory or not, which ZQIsFolder() tells; -6 null, empty or
+    ///         a single separator; -1 any other failure. Over `mkdir(2)`.
     ZQ_API int ZQMakeDir(const char* path);
     /// Makes a directory and what is missing above it.
     ///
@@ -125,7 +137,8 @@ extern "C"
     /// a backslash: to the system that is a part of its name, which the paths of the entries then lack.
     /// @{
 
-    /// Calls @p cb for each entry of a directory. Symbolic links are not followed and have type 0. Paths of more than 1022 bytes
+    /// Calls @p cb for each entry of a directory. Symbolic links are not followed and have type 0: ZQIsFolder() and ZQIsFile() tell
+    /// where they lead. Paths of more than 1022 bytes
     /// are cut off without notice: such an entry has the type of what the rest leads to. Where that is nothing, it is passed
     /// over, but for a symbolic link, which then has type 1.
     /// @param dir   the directory
@@ -150,9 +163,11 @@ extern "C"
     /// `lstat(2)`.
     /// @{
 
-    /// @return 0 a directory; -1 something else; -3 not found; -6 invalid; -7 another error, a null path among them
+    /// Whether a path leads to a directory.
+    /// @return 0 it does; -1 something else; -3 not found; -6 invalid; -7 another error, a null path among them
     ZQ_API int ZQIsFolder(const char* path);
-    /// @return 0 a regular file; -1 something else, a link that cannot be followed among it; -3 not found; -6 invalid; -7
+    /// Whether a path leads to a regular file.
+    /// @return 0 it does; -1 something else, a link that cannot be followed among it; -3 not found; -6 invalid; -7
     ///         another error, a null path among them
     ZQ_API int ZQIsFile(const char* path);
     /// Whether there is an entry of that name; a symbolic link is one wherever it leads.
@@ -167,9 +182,13 @@ extern "C"
     /// The size in bytes, or as a negative number the result of ZQGetFileInfo().
     ZQ_API int64_t ZQGetFileSize(const char* path);
     /// The time of the last modification in whole seconds since 1970-01-01 UTC, or the result of ZQGetFileInfo(), which a time
-    /// shortly before 1970 cannot be told from.
+    /// shortly before 1970 cannot be told from: ask that function itself.
     ZQ_API int64_t ZQGetLastModifiedTime(const char* path);
     /// @}
+    /// @}
+
+    /// @addtogroup disks
+    /// @{
 
     /// @name Disks and mounts
     /// Both walks go over the mounts that the calling process sees, in the order of `/proc/mounts`, and touch none of them, so
@@ -183,26 +202,27 @@ extern "C"
     /// | of type `proc`, `tmpfs` and the like         | no              | no                |
     /// | of type `autofs`                             | no              | yes               |
     /// | of type `loop`                               | yes             | no                |
-    /// | of type **`xfs`**, or another part of a name | yes             | **no**            |
+    /// | of type `xfs`, or another part of a name     | yes             | no                |
     /// | at a place that does not begin with "/"      | yes             | no                |
     /// | of any other type, as `ext4`                 | yes, as type 3  | yes, as type 1    |
     /// @{
 
-    /// Tells the size of the file system that holds @p path, in bytes. May block as long as a network file system does.
+    /// Tells the size of the file system that holds @p path, in bytes. May block as long as a network file system does. For what
+    /// other users may still fill ask `statvfs(3)`.
     /// @param path   anything in it
     /// @param total  receives its size
     /// @param used   receives @p total less @p free
     /// @param free   receives what is free to the super-user: more than other users may fill, and more than `df` calls available
     /// @return 0; -3 not found; -6 null or invalid; -1 another error: then nothing is written. Over `statfs(2)`.
     ZQ_API int ZQGetSpaceSize(const char* path, uint64_t* total, uint64_t* used, uint64_t* free);
-    /// Calls @p cb for each mount, but for those whose type is one of `rootfs`, `proc`, `sysfs`, `devtmpfs`, `devpts`, `tmpfs`,
+    /// Calls @p cb for each mount. Left out are those whose type is one of `rootfs`, `proc`, `sysfs`, `devtmpfs`, `devpts`, `tmpfs`,
     /// `selinuxfs`, `usbfs`, `binfmt_misc`, `rpc_pipefs`, `autofs`. The others that the kernel makes up, as `cgroup2`, are told
     /// of too. A line without a mount point has the path "".
     /// @param cb    not null; the record has the mount point and type 3
     /// @param user  handed to @p cb as it is
     /// @return 0 at the end; -5 stopped by @p cb; -1 the table cannot be opened. Prints nothing.
     ZQ_API int ZQGetDiskList(ZQFetchDirCallBack cb, void* user);
-    /// Calls @p cb for each mount whose place begins with "/", but for those whose type is a part of the text
+    /// Calls @p cb for each mount whose place begins with "/". Left out are those whose type is a part of the text
     /// `rootfs;proc;sysfs;devtmpfs;devpts;tmpfs;selinuxfs;rpc_pipefs;binfmt_misc;usbfs;loop`.
     ///
     /// Mind that `xfs` is one, at the end of "selinuxfs": disks of that type are not told of. Use ZQGetDiskList() for them.
@@ -212,6 +232,10 @@ extern "C"
     ///         a report on standard output.
     ZQ_API int ZQFetchDiskInfo(ZQFetchDirCallBack cb, void* user);
     /// @}
+    /// @}
+
+    /// @addtogroup statistics
+    /// @{
 
     /// @name System and process statistics
     /// Figures of the machine and of the calling process. Those that fail print a line on standard output that names the function
@@ -243,9 +267,9 @@ extern "C"
     ///         has counted a tick (10 ms, as a rule), and where the times cannot be read. Negative where a time went back: in a
     ///         forked child whose parent had begun, and in the first call after the name got a blank.
     ///
-    /// A process that has not used a tick yet has not begun: its calls count as the first. So do, but for the first of them, all calls while the name of its
-    /// main thread, which is that of the program unless it was changed, holds a blank. Of the processors' time, what they wait
-    /// for disks or serve interrupts is left out, so that on a machine that does much of it the share is too high.
+    /// A process that has not used a tick yet has not begun: its calls count as the first. So do, but for the first of them, all
+    /// calls while the name of its main thread, which is that of the program unless it was changed, holds a blank. Of
+    /// the processors' time, what they wait for disks or serve interrupts is left out, so that on a machine that does much of it the share is too high.
     ///
     /// Threads: there is one measurement in the process; whoever calls ends an interval and begins the next, so leave it to one
     /// thread. Over `/proc/stat` and `/proc/<pid>/stat`.
@@ -269,6 +293,10 @@ extern "C"
     /// @return 0; -1 if `/proc/<pid>/io` cannot be opened. What the file does not tell is not written.
     ZQ_API int ZQGetCurProcessDiskIOBytes(uint64_t* readBytes, uint64_t* writeBytes);
     /// @}
+    /// @}
+
+    /// @addtogroup network
+    /// @{
 
     /// @name Network interfaces and addresses
     /// Addresses are IPv4, as dotted text. A list is one block that the caller frees with the function beside it. Failures print
@@ -325,6 +353,10 @@ extern "C"
     /// that ZQGetIFAddrLists() adds matches it, and the guess is 127.0.0.1.
     ZQ_API bool ZQGuessLocalIp(const char* remote, char* out);
     /// @}
+    /// @}
+
+    /// @addtogroup modules
+    /// @{
 
     /// @name Modules, directories and identifiers
     /// The working directory and the environment belong to the whole process. As `getenv(3)` and `setenv(3)`, ZQGetDllDir() and
@@ -358,7 +390,7 @@ extern "C"
     /// @return @p buf, or null when it is null, @p size is 0 or the variable is not set: then nothing is written
     ZQ_API char* ZQGetDllDir(char* buf, unsigned int size);
     /// Adds a directory at the end of `LD_LIBRARY_PATH`, also when it is there already, or removes the variable. Programs that
-    /// are started later see it; the loader of this one does not.
+    /// are started later see it; the loader of this one does not: give ZQLoadLibrary() a path.
     /// @param dir  the directory; null removes the variable
     /// @return 0, or 1 on failure with `errno`
     ZQ_API int ZQSetDllDir(const char* dir);
@@ -372,6 +404,10 @@ extern "C"
     /// `void uuid_unpack(const unsigned char* packed, struct uuid* fields)`. No header declares them.
     ZQ_API char* ZQGenerateUUID(char* out);
     /// @}
+    /// @}
+
+    /// @addtogroup processes
+    /// @{
 
     /// @name Processes
     /// Starting, ending and finding programs. Failures are told by a line on standard output; nothing ends the caller. An id is
@@ -400,7 +436,8 @@ extern "C"
     /// Asks a process by SIGINT to end, and waits until it is gone. The exit status of a child is taken and lost.
     /// @param pid        the process; another one that gets its id meanwhile is left alone, where the kernel has `pidfd_open(2)`
     /// @param timeoutMs  milliseconds, counted in rounds of 10; -1 waits for ever
-    /// @return whether it was gone with time left, so `false` for a @p timeoutMs of 0 in any case; `false` also for invalid
+    /// @return whether it was gone with time left, so `false` for a @p timeoutMs of 0 in any case: ask
+    ///         ZQIsProcessAlive() then; `false` also for invalid
     ///         arguments and where the signal cannot be sent. What has ended and is not reaped, as a child of another process
     ///         may be, is not gone.
     ZQ_API bool ZQCloseProcess(long pid, int timeoutMs);
@@ -417,6 +454,7 @@ extern "C"
     /// @return `false` for invalid arguments, which leave @p count as it is; else `true`, also when none is found and when there
     ///         are more than fit, which a line on standard output tells
     ZQ_API bool ZQGetAliveProcessList(const char* path, long* pids, int* count);
+    /// @}
     /// @}
 
     /// @name Internal, exported for the library's own use
@@ -438,9 +476,11 @@ extern "C"
 ///
 ///     "a/b/c" => "a/b"     "a\\b"  => "a"     "/a" => ""
 ///     "a/b/"  => "a/b"     "abc"  => ""       ""   => ""
+/// @ingroup files
 ZQ_API std::string GetParentFolder(std::string path);
 
 /// Texts to numbers.
+/// @ingroup modules
 class ZQ_API ZQStrUtil
 {
 public:

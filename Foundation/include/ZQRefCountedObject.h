@@ -23,6 +23,7 @@
 ///
 /// Threads: any operation from any thread that has a reference. What the last Release() deletes has seen all that the
 /// other owners did before theirs. Derived classes guard their own state.
+/// @ingroup refcount
 class ZQ_API ZQRefCountedObject
 {
 public:

@@ -30,10 +30,16 @@ class ZQSharedMemoryImpl;
 
 /// A handle of shared memory. Constructing it only records what is wanted; Create() opens and maps.
 ///
+/// Nothing keeps processes from being owners of one name at the same time. The later one resizes the object: where that makes it
+/// shorter, the others fault (`SIGBUS`) behind its new end. The first that goes removes the name: who comes then gets another
+/// object, while the others go on with the old one. So let one process be the owner, and hold a ZQProcessMutex as long as it is. A
+/// file that is cut off while it is mapped faults alike: write a new file and rename it instead.
+///
 /// Copies are shallow: the copy and its source share one implementation *under one reference*. The first of them that is
 /// destroyed or assigned to unmaps the memory, and the other must not be used, nor destroyed, after that. So nothing is
 /// assigned from a temporary, handles are not kept by value in containers, and where two owners are needed each has a handle
-/// of its own.
+/// of its own, or counts a reference of a ZQSharedMemoryImpl.
+/// @ingroup sharedmemory
 class ZQ_API ZQSharedMemory
 {
 public:
@@ -81,6 +87,7 @@ private:
 };
 
 /// What a ZQSharedMemory maps, for those who count its references themselves. The parameters are those of the handle.
+/// @ingroup sharedmemory
 class ZQ_API ZQSharedMemoryImpl : public ZQRefCountedObject
 {
 public:

@@ -51,6 +51,7 @@ class ZQTaskPoolCore;
 ///
 /// Threads: any operation from any thread; the object must outlive the calls. Over `pthread_create(3)` with default
 /// attributes. A thread's identifier is the value of its `pthread_t`; -1 means no thread.
+/// @ingroup threads
 class ZQ_API ZQThread
 {
 public:
@@ -128,6 +129,7 @@ private:
 ///
 /// Threads: any operation from any thread, also from inside a task, but JoinAll() and the destructor not from the pool's
 /// own workers. A task must neither throw nor end its thread. Workers are called `ZQPool`.
+/// @ingroup threads
 class ZQ_API ZQThreadPool
 {
 public:
@@ -139,7 +141,8 @@ public:
     /// @param nMaxThreads   the most workers; with 0 or less tasks wait until AddCapacity()
     /// @param nIdleSeconds  kept, without effect
     ZQThreadPool(int nMinThreads, int nMaxThreads, int nIdleSeconds);
-    /// Tells the workers to end, waits for the running tasks and drops the queued ones without notice.
+    /// Tells the workers to end, waits for the running tasks and drops the queued ones without notice: to have them done, wait
+    /// until GetWaits() is 0 first.
     ~ZQThreadPool();
     ZQThreadPool(const ZQThreadPool&) = delete;
     ZQThreadPool& operator=(const ZQThreadPool&) = delete;
@@ -217,6 +220,7 @@ private:
 /// Threads: any operation from any thread that holds a reference. Workers are called `ZQRefPool`. A task must neither throw
 /// nor end its thread. A `thread_local` destructor must not call the pool on which its thread is a worker, nor a task pool on
 /// it: they may be waiting for that thread to end.
+/// @ingroup pools
 class ZQ_API ZQRefThreadPool
 {
 public:
@@ -365,12 +369,13 @@ public:
 /// | closed  | Uninit() of ready           | -1                   | -1       |
 ///
 /// A task is given to `fnTask`, which owns the data from then on, or to `fnFree`, when it is removed without having run:
-/// each piece of data meets exactly one of the two, once. An exception from either ends the process. Without memory for a slot or a waiting task the
-/// process ends with "pNode".
+/// each piece of data meets exactly one of the two, once. An exception from either ends the process. Without
+/// memory for a slot or a waiting task the process ends with "pNode".
 ///
 /// Threads: any operation from any thread, also from inside a task of the same pool, where the operations that wait do not
 /// wait for their own task. The pool may be destroyed from inside a task. Destroying it while another thread is inside
 /// one of its operations, Pause() and Uninit() included, is the caller's error.
+/// @ingroup pools
 class ZQ_API ZQTaskPool
 {
 public:
@@ -432,6 +437,9 @@ private:
 
 extern "C"
 {
+    /// @addtogroup pools
+    /// @{
+
     /// Makes the process-wide pool if there is none.
     /// Threads: callable from any, also several at a time.
     ZQ_API void ZQThreadPoolGlobalInit();
@@ -440,6 +448,7 @@ extern "C"
     /// Threads: callable from any, but for the pool's own workers. It is the caller's care that nobody still uses what
     /// ZQRefThreadPool::Global() has returned earlier, nor binds a task pool to it at this moment.
     ZQ_API void ZQThreadPoolGlobalCleanup();
+    /// @}
 }
 
 #endif

@@ -37,6 +37,7 @@
 ///
 /// Parsing goes by `sscanf(3)`: blanks may stand before every number, a number may have a sign, and what follows the last one
 /// is not looked at. The split length is where the first part ends when two parts have no separator between them.
+/// @ingroup datetimes
 enum EnumDTFormat : int
 {
     DTF_YYYY_MM_DD = 0,        ///< "2024-03-05"; parses "2024-3-5" too. Split length 10.
@@ -73,12 +74,15 @@ enum EnumDTFormat : int
 /// exact in such a zone, keep instants as `time_t`, calculate with those and show them with SetEpochTime(), which knows
 /// summer.
 ///
-/// The zone is that of `tzset(3)`: call that after a change of `TZ`.
+/// The zone is that of `tzset(3)`: call that after a change of `TZ`. Where `TZ` is not set, `mktime(3)` looks at the file
+/// `/etc/localtime` in every call, which makes it many times slower: set `TZ` to `:/etc/localtime`, the same zone, in programs that
+/// do much of this.
 ///
 /// Arithmetic on fields and arguments is in 32 bits and wraps.
 ///
 /// Threads: an object belongs to one thread at a time, also for const operations: Format() without a buffer writes into the
 /// object. The static functions may be called from any thread. Lifetime: copied freely; it owns nothing.
+/// @ingroup datetimes
 class ZQ_API ZQDateTime
 {
 public:
@@ -141,12 +145,14 @@ public:
     /// instead, since they round differently.
     /// @{
 
-    /// Changes the year alone: 29 February 2024 plus a year is 29 February 2025, with the day of the week of 1 March.
+    /// Changes the year alone: 29 February 2024 plus a year is 29 February 2025, with the day of the week of 1 March. For
+    /// 28 February use SubMonths() with `-12 * n`.
     /// @return `false`, with nothing changed, outside 1970 to 2999 or where Assign() fails on the instant
     bool AddYears(int n);
     /// The mirror of AddYears().
     bool SubYears(int n);
-    /// Goes @p n months on and cuts the day to the length of the month, February's being 28 in every year.
+    /// Goes @p n months on and cuts the day to the length of the month, February's being 28 in every year: where the
+    /// 29th is wanted, Assign() it.
     ///
     /// December comes out as month 0 of the year after, which prints as "00" though it is the right instant; June plus 6
     /// months is an example, and so is December plus 0. Where that may happen, SubMonths() with `-n` gives month 12 instead.
@@ -259,12 +265,14 @@ public:
     /// @name Clocks
     /// @{
 
-    /// Milliseconds of the monotonic clock (`CLOCK_MONOTONIC`), from a start that means nothing. Ends the process if the
-    /// clock cannot be read.
+    /// Milliseconds of the monotonic clock (`CLOCK_MONOTONIC`), from a start that means nothing. It stands still while the
+    /// machine is suspended: where that time counts, compare GetEpochMilliseconds(), or read `CLOCK_BOOTTIME`. Ends the process
+    /// if the clock cannot be read.
     static unsigned long GetTickCount();
     /// The same clock in the same unit as GetTickCount().
     static unsigned long GetPerformanceCounter();
-    /// The milliseconds between two ticks, of which the low 32 bits are given.
+    /// The milliseconds between two ticks, of which the low 32 bits are given. Who has the whole ticks subtracts them, which is
+    /// always right.
     /// @return `later - earlier`; where the tick has passed 2^32 in between, one less than that
     static unsigned int CountElapsed(unsigned int later, unsigned int earlier);
     /// Milliseconds of the wall clock since 1970-01-01 UTC, or -1 if it cannot be read. Over `gettimeofday(2)`.
@@ -294,6 +302,7 @@ private:
 /// A stopwatch in milliseconds of the monotonic clock.
 ///
 /// Threads: none of this locks, and reading can write: share one only under a lock.
+/// @ingroup clocks
 class ZQ_API ZQTimeMeter
 {
 public:
@@ -323,7 +332,9 @@ private:
 /// | started     | `false` | `true`, nothing changes | initialised; may wait for its end | as by Stop(true) |
 ///
 /// One service thread looks at all started timers every 5 ms, so a callback starts up to that much late, and later where
-/// all workers are busy. The interval runs on the monotonic clock, which stands still while the machine is suspended.
+/// all workers are busy. The next interval counts from there, so the delays add up: the number of runs is no clock; a
+/// ZQTimeMeter is. The interval runs on the monotonic clock, which stands still while the machine is suspended: a callback that
+/// has to notice that compares ZQDateTime::GetEpochMilliseconds().
 ///
 /// Threads: any operation from any thread, also from inside callbacks, which run without a lock of the library held. A
 /// callback may stop, start and destroy its own timer; it must not touch a timer that it has destroyed, and it must neither
@@ -331,6 +342,7 @@ private:
 ///
 /// A module that still runs when the library is unloaded, by `dlclose(3)` or `exit(3)`, is ended as by the last
 /// ModuleUninit(); no other thread may use timers from then on.
+/// @ingroup clocks
 class ZQ_API ZQTimer
 {
 public:

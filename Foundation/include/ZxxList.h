@@ -23,6 +23,7 @@
 #include <new>
 
 /// A node of a ZxxListInner: links and element in one block. A node that is in no list is linked to itself.
+/// @ingroup lists
 template <class T> struct ZQ_API StruZxxListInnerNode
 {
     StruZxxListInnerNode* pPrev;  ///< The node before.
@@ -31,6 +32,7 @@ template <class T> struct ZQ_API StruZxxListInnerNode
 };
 
 /// A node of a ZxxList: links and element in one block. A node that is in no list is linked to itself.
+/// @ingroup lists
 template <class T> struct ZQ_API StruZxxListNode
 {
     StruZxxListNode* pPrev;  ///< The node before.
@@ -43,6 +45,7 @@ template <class T> struct ZQ_API StruZxxListNode
 ///
 /// Elements are values; where they are pointers, nothing they point at is ever freed here. Every operation takes constant
 /// time, except clear(), set_node_functions() and the destructor, which go over the nodes.
+/// @ingroup lists
 template <class T, class Node> class ZQ_API ZxxListBase
 {
 public:
@@ -292,11 +295,13 @@ private:
 };
 
 /// The list of the pools, the timers and the memory pool.
+/// @ingroup lists
 template <class T> class ZQ_API ZxxListInner : public ZxxListBase<T, StruZxxListInnerNode<T>>
 {
 };
 
 /// The list of a task pool's slots.
+/// @ingroup lists
 template <class T> class ZQ_API ZxxList : public ZxxListBase<T, StruZxxListNode<T>>
 {
 };

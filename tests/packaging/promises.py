@@ -1,0 +1,28 @@
+#!/usr/bin/env python3
+"""The promise sheet has a row for every exported function, and for nothing else.
+
+    promises.py SHEET EXPORTS"""
+import re
+import subprocess
+import sys
+
+sheet, scope = set(), ""
+for line in open(sys.argv[1]):
+    if line.startswith("## "):
+        name = re.search(r"`(.+)`", line)
+        scope = None if "templates" in line else name.group(1) + "::" if name else ""
+    elif line.startswith("| `") and scope is not None:
+        sheet |= {scope + name for name in re.findall(r"`([^`]+)`", line.split(" | ")[0])}
+
+# Members that the library exports although they are private, and what the compiler adds.
+private = {"ZQMemoryPool::" + name for name in
+           "AddOrdered CallocNext ChunckMallocSliceN FindPrev MallocN Segregate TryMallocN".split()}
+text = subprocess.run(["c++filt"], stdin=open(sys.argv[2]), stdout=subprocess.PIPE, text=True, check=True).stdout
+exports = set()
+for line in text.splitlines():
+    if not re.match(r"(typeinfo|vtable) ", line):
+        name = re.sub(r"^unsigned long long |<unsigned long long>", "", line)
+        exports.add(re.match(r"[^(]+", name).group())
+missing, surplus = exports - private - sheet, sheet - exports
+if not exports or missing or surplus:
+    sys.exit(f"no row: {sorted(missing)}\nno function: {sorted(surplus)}")
