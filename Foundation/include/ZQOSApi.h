@@ -322,7 +322,7 @@ extern "C"
 
     /// Lists the IPv4 addresses of all interfaces in the order of the system, which may list one interface several times.
     /// 0.0.0.0 is left out. 127.0.0.1 is always there: where the system does not list it, it is the last record, with 127.0.0.1
-    /// as its mask too, which is no netmask.
+    /// as its mask too, which is no netmask: take 255.0.0.0.
     /// @param list  receives the records, or null; free them with ZQFreeIFAddrLists()
     /// @return how many there are, at least 1; -1 the system could not be asked, with `errno`. Prints nothing. Over
     ///         `getifaddrs(3)`.
@@ -392,7 +392,7 @@ extern "C"
     /// Adds a directory at the end of `LD_LIBRARY_PATH`, also when it is there already, or removes the variable. Programs that
     /// are started later see it; the loader of this one does not: give ZQLoadLibrary() a path.
     /// @param dir  the directory; null removes the variable
-    /// @return 0, or 1 on failure with `errno`
+    /// @return 0, or 1 on failure with `errno`: the other way round than ZQSetCurrentDir()
     ZQ_API int ZQSetDllDir(const char* dir);
     /// Writes a new UUID, "1b4e28ba-2fa1-41d2-883f-b9a761bde3fb": random where the system has a source of random numbers.
     /// @param out  at least 37 bytes, not checked

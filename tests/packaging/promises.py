@@ -9,8 +9,8 @@ import sys
 sheet, scope = set(), ""
 for line in open(sys.argv[1]):
     if line.startswith("## "):
-        name = re.search(r"`(.+)`", line)
-        scope = None if "templates" in line else name.group(1) + "::" if name else ""
+        name = line[3:].strip()
+        scope = None if "templates" in name else name + "::" if name.startswith("ZQ") else ""
     elif line.startswith("| `") and scope is not None:
         sheet |= {scope + name for name in re.findall(r"`([^`]+)`", line.split(" | ")[0])}
 
