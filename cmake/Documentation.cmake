@@ -20,14 +20,15 @@ set(DOXYGEN_PREDEFINED "__attribute__(x)="
   "ZQ_THREAD_ANNOTATION(x)="   ZQ_API= ZQ_SCOPED_CAPABILITY= ZQ_NO_THREAD_SAFETY_ANALYSIS= "ZQ_CAPABILITY(x)=" "ZQ_GUARDED_BY(x)=" "ZQ_PT_GUARDED_BY(x)="
   "ZQ_ACQUIRED_AFTER(x)=" "ZQ_ACQUIRED_BEFORE(x)=" "ZQ_REQUIRES(x)=" "ZQ_EXCLUDES(x)=" "ZQ_ACQUIRE(x)="
   "ZQ_ACQUIRE_SHARED(x)=" "ZQ_TRY_ACQUIRE(x)=" "ZQ_RELEASE(x)=" "ZQ_RELEASE_SHARED(x)=" "ZQ_RELEASE_GENERIC(x)=")
-# The module pages come first: they say in which order the modules are listed.
 doxygen_add_docs(docs
-  ${PROJECT_SOURCE_DIR}/docs/modules ${PROJECT_SOURCE_DIR}/README.md ${PROJECT_SOURCE_DIR}/CHANGELOG.md ${PROJECT_SOURCE_DIR}/CONTRIBUTING.md ${PROJECT_SOURCE_DIR}/docs
+  ${PROJECT_SOURCE_DIR}/README.md ${PROJECT_SOURCE_DIR}/CHANGELOG.md ${PROJECT_SOURCE_DIR}/CONTRIBUTING.md ${PROJECT_SOURCE_DIR}/docs
   ${PROJECT_SOURCE_DIR}/Foundation/include)
 
 # The manual pages come from the same comments.
-find_package(Python3 REQUIRED COMPONENTS Interpreter)
-add_custom_command(TARGET docs POST_BUILD
-  COMMAND ${Python3_EXECUTABLE} ${PROJECT_SOURCE_DIR}/scripts/man.py ${PROJECT_BINARY_DIR}/xml ${PROJECT_BINARY_DIR}/man
-          ${PROJECT_VERSION}
-  VERBATIM)
+find_package(Python3 COMPONENTS Interpreter)
+if(Python3_FOUND)
+  add_custom_command(TARGET docs POST_BUILD
+    COMMAND ${Python3_EXECUTABLE} ${PROJECT_SOURCE_DIR}/scripts/man.py ${PROJECT_BINARY_DIR}/xml ${PROJECT_BINARY_DIR}/man
+            ${PROJECT_VERSION}
+    VERBATIM)
+endif()

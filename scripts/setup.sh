@@ -18,7 +18,7 @@ for use in "$@"; do
         asan) needed+=("${tests[@]}" libasan8 libubsan1) ;;
         tsan) needed+=("${tests[@]}" libtsan2) ;;
         arm64) needed+=("${tests[@]}" "${arm64[@]}") ;;
-        docs) needed+=(doxygen) ;;
+        docs) needed+=(doxygen python3) ;;
         *) echo "setup.sh: unknown use: $use" >&2; exit 2 ;;
     esac
 done
