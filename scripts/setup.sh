@@ -6,6 +6,8 @@ set -euo pipefail
 needed=(g++ cmake ninja-build uuid-dev libcli11-dev libssl-dev nlohmann-json3-dev
         systemtap-sdt-dev)
 tests=(libgtest-dev pkgconf coreutils python3)
+packages=(dpkg-dev file)
+interface=(abigail-tools)
 arm64=(qemu-user g++-aarch64-linux-gnu binutils-aarch64-linux-gnu libc6:arm64 libstdc++6:arm64 libgtest-dev:arm64
        uuid-dev:arm64 libssl-dev:arm64 systemtap-sdt-dev:arm64)
 
@@ -13,11 +15,11 @@ arm64=(qemu-user g++-aarch64-linux-gnu binutils-aarch64-linux-gnu libc6:arm64 li
 for use in "$@"; do
     case $use in
         build) ;;
-        release) needed+=("${tests[@]}" gdb) ;;
+        release) needed+=("${tests[@]}" "${packages[@]}" "${interface[@]}" gdb) ;;
         clang) needed+=("${tests[@]}" clang gdb) ;;
         asan) needed+=("${tests[@]}" libasan8 libubsan1) ;;
         tsan) needed+=("${tests[@]}" libtsan2) ;;
-        arm64) needed+=("${tests[@]}" "${arm64[@]}") ;;
+        arm64) needed+=("${tests[@]}" "${packages[@]}" "${interface[@]}" "${arm64[@]}") ;;
         docs) needed+=(doxygen python3) ;;
         *) echo "setup.sh: unknown use: $use" >&2; exit 2 ;;
     esac
