@@ -1,10 +1,12 @@
-# What `cmake --install` puts where: headers, library, CMake package, pkg-config file, tools.
+# What `cmake --install` puts where: headers, library, CMake package, pkg-config file, tools. Programs that are there need the
+# component runtime, those that are built also need dev.
 include(CMakePackageConfigHelpers)
 
 set(package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/ZQFoundation)
 
 install(TARGETS ZQFoundation EXPORT ZQFoundationTargets
-  LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
+  LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT runtime NAMELINK_COMPONENT dev)
+set(CMAKE_INSTALL_DEFAULT_COMPONENT_NAME dev)
 install(DIRECTORY ${PROJECT_SOURCE_DIR}/Foundation/include/ DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/ZQFoundation
   FILES_MATCHING PATTERN "*.h")
 install(EXPORT ZQFoundationTargets NAMESPACE ZQFoundation:: DESTINATION ${package_dir})

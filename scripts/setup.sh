@@ -6,7 +6,7 @@ set -euo pipefail
 needed=(g++ cmake ninja-build uuid-dev libcli11-dev libssl-dev nlohmann-json3-dev
         systemtap-sdt-dev)
 tests=(libgtest-dev pkgconf coreutils python3)
-packages=(dpkg-dev file)
+packages=(debhelper)
 interface=(abigail-tools)
 arm64=(qemu-user g++-aarch64-linux-gnu binutils-aarch64-linux-gnu libc6:arm64 libstdc++6:arm64 libgtest-dev:arm64
        uuid-dev:arm64 libssl-dev:arm64 systemtap-sdt-dev:arm64)
