@@ -7,7 +7,7 @@ cd "$(dirname "$0")/.."
 [ $# -gt 0 ] || set -- release
 ./scripts/setup.sh "$@"
 SOURCE_DATE_EPOCH=${SOURCE_DATE_EPOCH:-$(git log -1 --format=%ct 2>/dev/null || date -r CHANGELOG.md +%s)}
-export SOURCE_DATE_EPOCH
+export SOURCE_DATE_EPOCH DEB_RULES_REQUIRES_ROOT=no  # the files belong to root in the packages, whoever makes them
 
 for preset in "$@"; do
     case $preset in
