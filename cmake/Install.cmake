@@ -14,7 +14,7 @@ install(EXPORT ZQFoundationTargets NAMESPACE ZQFoundation:: DESTINATION ${packag
 configure_package_config_file(${PROJECT_SOURCE_DIR}/cmake/ZQFoundationConfig.cmake.in
   ${CMAKE_CURRENT_BINARY_DIR}/ZQFoundationConfig.cmake INSTALL_DESTINATION ${package_dir})
 write_basic_package_version_file(${CMAKE_CURRENT_BINARY_DIR}/ZQFoundationConfigVersion.cmake
-  COMPATIBILITY SameMinorVersion)
+  COMPATIBILITY SameMajorVersion)
 install(FILES
   ${CMAKE_CURRENT_BINARY_DIR}/ZQFoundationConfig.cmake
   ${CMAKE_CURRENT_BINARY_DIR}/ZQFoundationConfigVersion.cmake
