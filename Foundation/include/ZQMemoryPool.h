@@ -101,6 +101,7 @@ private:
     struct _StruBlock;
 
     _StruChunk* CallocNext(unsigned int count);
+    void* MallocRun(unsigned short n);
     void* MallocN(unsigned short n);
     void* TakeFrom(_StruChunk** link, unsigned short n);
     void* ChunckMallocSliceN(_StruChunk* chunk, unsigned short n);

@@ -42,6 +42,25 @@ ZQMemoryPool::~ZQMemoryPool()
 
 void* ZQMemoryPool::Malloc(unsigned short n)
 {
+    // A single slice is the first one of the first chunk, without a search. A chunk is listed only while it has one.
+    _StruChunk* const chunk = m_pFreeChunks;
+    if (__builtin_expect(n != 1 || chunk == nullptr || m_nFree == 0, 0))
+    {
+        return MallocRun(n);
+    }
+    _StruFreeSlice* const slice = chunk->pFree;
+    chunk->pFree = slice->pNext;
+    --m_nFree;
+    if (--chunk->nFrees == 0)
+    {
+        _StruChunk::Unlist(&m_pFreeChunks);
+    }
+    return (new (slice) _StruBlock{chunk, 1})->Memory();
+}
+
+/// What Malloc() does, for any @p n.
+void* ZQMemoryPool::MallocRun(unsigned short n)
+{
     if (n == 0 || m_nUnit == 0)
     {
         return nullptr;
@@ -123,11 +142,29 @@ ZQMemoryPool::_StruChunk* ZQMemoryPool::CallocNext(unsigned int count)
 
 void ZQMemoryPool::Free(void* p)
 {
-    if (p != nullptr)
+    if (__builtin_expect(p == nullptr, 0))
     {
-        const _StruBlock* const block = _StruBlock::Of(p);
-        AddOrdered(static_cast<char*>(p) - ZQMemoryPoolSliceHeader, block->nSlices, block->pChunk);
+        return;
     }
+    const _StruBlock* const block = _StruBlock::Of(p);
+    _StruChunk* const chunk = block->pChunk;
+    void* const slice = static_cast<char*>(p) - ZQMemoryPoolSliceHeader;
+    const unsigned int frees = chunk->nFrees;
+    // A single slice that goes to the start of the list, which is its place in order too if it lies before the others.
+    const bool atStart = !m_bOrdered || chunk->pFree == nullptr || slice < chunk->pFree;
+    if (__builtin_expect(block->nSlices != 1 || !atStart || frees >= chunk->nPartition, 0))
+    {
+        AddOrdered(slice, block->nSlices, chunk);
+        return;
+    }
+    if (chunk->pFree == nullptr)
+    {
+        chunk->pNext = m_pFreeChunks;
+        m_pFreeChunks = chunk;
+    }
+    chunk->pFree = new (slice) _StruFreeSlice{chunk->pFree};
+    chunk->nFrees = static_cast<unsigned short>(frees + 1);
+    ++m_nFree;
 }
 
 void ZQMemoryPool::FreeAny(void* p)

@@ -4,22 +4,6 @@
 
 #include <cassert>
 #include <cstdint>
-#include <new>
-
-// Headers are made by placement new each time a slice is freed or allocated, so that memory which the caller wrote in
-// between is never read as one.
-
-const ZQMemoryPool::_StruBlock* ZQMemoryPool::_StruBlock::Of(const void* memory)
-{
-    static_assert(sizeof(_StruBlock) == ZQMemoryPoolSliceHeader, "a block's header fills what is reserved for it");
-    return std::launder(
-        reinterpret_cast<const _StruBlock*>(static_cast<const char*>(memory) - ZQMemoryPoolSliceHeader));
-}
-
-void* ZQMemoryPool::_StruBlock::Memory()
-{
-    return reinterpret_cast<char*>(this) + ZQMemoryPoolSliceHeader;
-}
 
 ZQMemoryPool::_StruChunk* ZQMemoryPool::_StruChunk::At(char* address)
 {
@@ -31,13 +15,6 @@ void* ZQMemoryPool::_StruChunk::FirstSlice()
     static_assert(sizeof(_StruChunk) == 32, "the header is a multiple of the alignment");
     char* end = reinterpret_cast<char*>(this) + sizeof(_StruChunk);
     return end + (0 - reinterpret_cast<std::uintptr_t>(end)) % ZQMemoryPoolSliceHeader;
-}
-
-void ZQMemoryPool::_StruChunk::Unlist(_StruChunk** link)
-{
-    _StruChunk* chunk = *link;
-    *link = chunk->pNext;
-    chunk->pNext = nullptr;
 }
 
 /// Makes a chain of @p n slices from @p p on, which goes on with @p tail.

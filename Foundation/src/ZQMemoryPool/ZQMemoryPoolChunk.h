@@ -4,6 +4,12 @@
 #include "ZQMemoryPool.h"
 
 #include <cstddef>
+#include <new>
+
+/// The bytes at the start of a slice that are the pool's, and the alignment of blocks.
+constexpr std::size_t ZQMemoryPoolSliceHeader = 16;
+/// A chunk's header and the room to align its slices; `malloc` may align to 8 only.
+constexpr std::size_t ZQMemoryPoolChunkExtra = 48;
 
 /// What a slice that is free holds at its start.
 struct ZQMemoryPool::_StruFreeSlice
@@ -41,9 +47,28 @@ struct ZQMemoryPool::_StruChunk
     static void Unlist(_StruChunk** link);
 };
 
-/// A chunk's header and the room to align its slices; `malloc` may align to 8 only.
-constexpr std::size_t ZQMemoryPoolChunkExtra = 48;
-/// The bytes at the start of a slice that are the pool's, and the alignment of blocks.
-constexpr std::size_t ZQMemoryPoolSliceHeader = 16;
+// Allocating and freeing a single slice are a few instructions, so what they are made of is inline.
+//
+// Headers are made by placement new each time a slice is freed or allocated, so that memory which the caller wrote in
+// between is never read as one.
+
+inline const ZQMemoryPool::_StruBlock* ZQMemoryPool::_StruBlock::Of(const void* memory)
+{
+    static_assert(sizeof(_StruBlock) == ZQMemoryPoolSliceHeader, "a block's header fills what is reserved for it");
+    return std::launder(
+        reinterpret_cast<const _StruBlock*>(static_cast<const char*>(memory) - ZQMemoryPoolSliceHeader));
+}
+
+inline void* ZQMemoryPool::_StruBlock::Memory()
+{
+    return reinterpret_cast<char*>(this) + ZQMemoryPoolSliceHeader;
+}
+
+inline void ZQMemoryPool::_StruChunk::Unlist(_StruChunk** link)
+{
+    _StruChunk* chunk = *link;
+    *link = chunk->pNext;
+    chunk->pNext = nullptr;
+}
 
 #endif
