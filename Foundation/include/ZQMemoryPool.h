@@ -106,6 +106,7 @@ private:
     void* TakeFrom(_StruChunk** link, unsigned short n);
     void* ChunckMallocSliceN(_StruChunk* chunk, unsigned short n);
     _StruFreeSlice* TryMallocN(_StruFreeSlice**& cursor, unsigned short n) const;
+    bool IsNext(const void* slice, const void* next) const;
     _StruFreeSlice* Segregate(void* p, unsigned int n, _StruFreeSlice* tail) const;
     static _StruFreeSlice* FindPrev(_StruFreeSlice* head, const void* p);
     void AddOrdered(void* p, unsigned int n, void* chunk);

@@ -245,7 +245,7 @@ template struct Layout<ZQMemoryPool::_StruChunk, 0,
     ZQ_MEMBER(ZQMemoryPool::_StruChunk, pFree, ZQMemoryPool::_StruFreeSlice*),
     ZQ_MEMBER(ZQMemoryPool::_StruChunk, nPartition, unsigned short),
     ZQ_MEMBER(ZQMemoryPool::_StruChunk, nFrees, unsigned short),
-    ZQ_MEMBER(ZQMemoryPool::_StruChunk, nReserved, unsigned int)>;
+    ZQ_MEMBER(ZQMemoryPool::_StruChunk, nMissing, unsigned int)>;
 template struct Layout<ZQMemoryPool::_StruBlock, 0,
     ZQ_MEMBER(ZQMemoryPool::_StruBlock, pChunk, ZQMemoryPool::_StruChunk*),
     ZQ_MEMBER(ZQMemoryPool::_StruBlock, nSlices, unsigned short)>;

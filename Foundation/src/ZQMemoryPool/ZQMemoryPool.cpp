@@ -99,7 +99,7 @@ void* ZQMemoryPool::MallocN(unsigned short n)
 {
     for (_StruChunk** link = &m_pFreeChunks; *link != nullptr; link = &(*link)->pNext)
     {
-        void* const memory = (*link)->nFrees >= n ? TakeFrom(link, n) : nullptr;
+        void* const memory = (*link)->MayHave(n) ? TakeFrom(link, n) : nullptr;
         if (memory != nullptr)
         {
             return memory;
@@ -162,6 +162,7 @@ void ZQMemoryPool::Free(void* p)
         chunk->pNext = m_pFreeChunks;
         m_pFreeChunks = chunk;
     }
+    chunk->NoteRun(1, 1);
     chunk->pFree = new (slice) _StruFreeSlice{chunk->pFree};
     chunk->nFrees = static_cast<unsigned short>(frees + 1);
     ++m_nFree;

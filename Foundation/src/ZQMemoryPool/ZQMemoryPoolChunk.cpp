@@ -17,6 +17,12 @@ void* ZQMemoryPool::_StruChunk::FirstSlice()
     return end + (0 - reinterpret_cast<std::uintptr_t>(end)) % ZQMemoryPoolSliceHeader;
 }
 
+/// Whether the slice @p next begins where @p slice ends.
+bool ZQMemoryPool::IsNext(const void* slice, const void* next) const
+{
+    return static_cast<const char*>(next) == static_cast<const char*>(slice) + m_nUnit;
+}
+
 /// Makes a chain of @p n slices from @p p on, which goes on with @p tail.
 ZQMemoryPool::_StruFreeSlice* ZQMemoryPool::Segregate(void* p, unsigned int n, _StruFreeSlice* tail) const
 {
@@ -53,6 +59,9 @@ void ZQMemoryPool::AddOrdered(void* p, unsigned int n, void* chunk)
     const bool listed = owner->pFree != nullptr;
     _StruFreeSlice* const prev = n == 1 && !m_bOrdered ? nullptr : FindPrev(owner->pFree, p);
     _StruFreeSlice*& link = prev != nullptr ? prev->pNext : owner->pFree;
+    const unsigned int joined = (prev != nullptr && IsNext(prev, p) ? 1U : 0U) +
+                                (IsNext(static_cast<char*>(p) + (n - 1) * std::size_t{m_nUnit}, link) ? 1U : 0U);
+    owner->NoteRun(n, joined);
     link = Segregate(p, n, link);
     if (!listed)
     {
@@ -77,7 +86,7 @@ ZQMemoryPool::_StruFreeSlice* ZQMemoryPool::TryMallocN(_StruFreeSlice**& cursor,
     _StruFreeSlice* last = *cursor;
     for (unsigned int found = 1; found < n; ++found)
     {
-        if (reinterpret_cast<char*>(last->pNext) != reinterpret_cast<char*>(last) + m_nUnit)
+        if (!IsNext(last, last->pNext))
         {
             cursor = &last->pNext;
             return nullptr;
@@ -96,12 +105,17 @@ void* ZQMemoryPool::ChunckMallocSliceN(_StruChunk* chunk, unsigned short n)
     {
         if (*cursor == nullptr)
         {
+            chunk->nMissing = n;
             return nullptr;
         }
         last = TryMallocN(cursor, n);
     }
     MemoryPoolCheck.CrashUnless(m_nFree >= n, "m_nFree>=n", 354);
     _StruFreeSlice* const first = *cursor;
+    if (IsNext(cursor, last->pNext))
+    {
+        chunk->NoteRun(0, 2);  // only a list out of order has neighbours of the run that join when it is gone
+    }
     *cursor = last->pNext;
     chunk->nFrees = static_cast<unsigned short>(chunk->nFrees - n);
     m_nFree -= n;

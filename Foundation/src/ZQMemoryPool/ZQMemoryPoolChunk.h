@@ -3,6 +3,7 @@
 
 #include "ZQMemoryPool.h"
 
+#include <algorithm>
 #include <cstddef>
 #include <new>
 
@@ -37,12 +38,16 @@ struct ZQMemoryPool::_StruChunk
     _StruFreeSlice* pFree;
     unsigned short nPartition;  ///< Slices.
     unsigned short nFrees;      ///< Free slices.
-    unsigned int nReserved;
+    unsigned int nMissing;      ///< There is no run of so many slices or of more; 0 if nothing is known.
 
     /// The chunk at an address that m_lstChunks keeps.
     static _StruChunk* At(char* address);
     /// Where the slices start: at the first multiple of 16 behind the header.
     void* FirstSlice();
+    /// Whether a search for @p n adjacent slices may find some.
+    bool MayHave(unsigned short n) const;
+    /// Notes that a run of @p n slices has come about, after which @p joined of the runs next to it go on.
+    void NoteRun(unsigned int n, unsigned int joined);
     /// Takes the chunk that @p link names out of its list of chunks.
     static void Unlist(_StruChunk** link);
 };
@@ -62,6 +67,20 @@ inline const ZQMemoryPool::_StruBlock* ZQMemoryPool::_StruBlock::Of(const void* 
 inline void* ZQMemoryPool::_StruBlock::Memory()
 {
     return reinterpret_cast<char*>(this) + ZQMemoryPoolSliceHeader;
+}
+
+inline bool ZQMemoryPool::_StruChunk::MayHave(unsigned short n) const
+{
+    return nFrees >= n && (nMissing == 0 || nMissing > n);
+}
+
+inline void ZQMemoryPool::_StruChunk::NoteRun(unsigned int n, unsigned int joined)
+{
+    if (__builtin_expect(nMissing != 0, 0))
+    {
+        nMissing = std::max(nMissing, n + joined * (nMissing - 1) + 1);
+        nMissing = nMissing <= nPartition ? nMissing : 0;
+    }
 }
 
 inline void ZQMemoryPool::_StruChunk::Unlist(_StruChunk** link)
