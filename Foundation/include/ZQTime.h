@@ -30,6 +30,7 @@
 #include "ZQDefine.h"
 #include "ZQMutex.h"
 
+#include <cstddef>
 #include <ctime>
 
 /// The layouts of ZQDateTime::Format() and ZQDateTime::SetFromFormat(), shown for 5 March 2024, 09:07:03.045. Any other value
@@ -282,6 +283,8 @@ public:
 private:
     struct _StruLayout;
 
+    char* Write(EnumDTFormat fmt, char* out) const;
+    std::size_t LengthOf(const _StruLayout& layout) const;
     void Load(const std::tm& local, int millisecond);
     bool MoveToYear(int year);
     bool MoveToMonth(int year, int month);

@@ -1,6 +1,7 @@
 #include "ZQDateTimeLayouts.h"
 
 #include <algorithm>
+#include <iterator>
 
 const ZQDateTime::_StruLayout* ZQDateTime::_StruLayout::Find(EnumDTFormat fmt)
 {
@@ -11,23 +12,25 @@ const ZQDateTime::_StruLayout* ZQDateTime::_StruLayout::Find(EnumDTFormat fmt)
     constexpr auto N = &ZQDateTime::m_nMinute;
     constexpr auto S = &ZQDateTime::m_nSecond;
     static constexpr _StruLayout Layouts[] = {
-        {DTF_YYYY_MM_DD, "%04d-%02d-%02d", "%d-%d-%d", {Y, M, D}, 3, 10},
-        {DTF_M_D_Y, "%d/%d/%d", "%d/%d/%d", {M, D, Y}, 3, -1},
-        {DTF_YYYYMMDD, "%04d%02d%02d", "%04d%02d%02d", {Y, M, D}, 3, 8},
-        {DTF_MM_DD_YYYY, "%02d-%02d-%04d", "%02d-%02d-%04d", {M, D, Y}, 3, 10},
-        {DTF_MM_SLASH_DD_YYYY, "%02d/%02d/%04d", "%02d/%02d/%04d", {M, D, Y}, 3, 10},
-        {DTF_HH_MM_SS, "%02d:%02d:%02d", "%d:%d:%d", {H, N, S}, 3, 8},
-        {DTF_HH_MM_SS_MS, "%02d:%02d:%02d.%03d", "%02d:%02d:%02d.%03d", {H, N, S}, 4, 12},
-        {DTF_HHMMSS, "%02d%02d%02d", "%02d%02d%02d", {H, N, S}, 3, 6},
+        {"%d-%d-%d", {Y, M, D}, 3, 10},             // DTF_YYYY_MM_DD
+        {"%d/%d/%d", {M, D, Y}, 3, -1},             // DTF_M_D_Y
+        {"%04d%02d%02d", {Y, M, D}, 3, 8},          // DTF_YYYYMMDD
+        {"%02d-%02d-%04d", {M, D, Y}, 3, 10},       // DTF_MM_DD_YYYY
+        {"%02d/%02d/%04d", {M, D, Y}, 3, 10},       // DTF_MM_SLASH_DD_YYYY
+        {"%d:%d:%d", {H, N, S}, 3, 8},              // DTF_HH_MM_SS
+        {"%02d:%02d:%02d.%03d", {H, N, S}, 4, 12},  // DTF_HH_MM_SS_MS
+        {"%02d%02d%02d", {H, N, S}, 3, 6},          // DTF_HHMMSS
     };
-    for (const _StruLayout& layout : Layouts)
+    constexpr unsigned int FirstTime = DTF_HH_MM_SS;
+    constexpr unsigned int Dates = DTF_MM_SLASH_DD_YYYY + 1;
+    constexpr unsigned int Times = DTF_HHMMSS - FirstTime + 1;
+    static_assert(std::size(Layouts) == Dates + Times, "the dates, and right behind them the times");
+    const unsigned int number = static_cast<unsigned int>(fmt);
+    if (number < Dates)
     {
-        if (layout.nFormat == fmt)
-        {
-            return &layout;
-        }
+        return &Layouts[number];
     }
-    return nullptr;
+    return number - FirstTime < Times ? &Layouts[Dates + number - FirstTime] : nullptr;
 }
 
 int ZQDateTime::_StruLayout::SplitLength(EnumDTFormat fmt, int length)

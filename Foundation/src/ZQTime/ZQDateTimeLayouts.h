@@ -3,15 +3,12 @@
 
 #include "ZQTime.h"
 
-/// How one layout is written and parsed. Both ways name the same fields in the same order; where a fourth conversion is in
-/// the texts, it is the milliseconds.
+/// How one layout is parsed, and how long its texts are.
 struct ZQDateTime::_StruLayout
 {
-    EnumDTFormat nFormat;
-    const char* pszWrite;  // for snprintf(3), padded
     const char* pszParse;  // for sscanf(3); without widths it takes numbers that are not padded as well
     int ZQDateTime::*pFields[3];
-    int nConversions;
+    int nConversions;  // where there are four, the last is the milliseconds
     int nFixedLength;  // the characters of every text, -1 if their number varies
 
     /// The row of @p fmt, null if it is none of the layouts, whatever its number.
