@@ -1,7 +1,30 @@
 #include "ZQDateTimeLayouts.h"
 
 #include <algorithm>
+#include <climits>
+#include <cstdio>
 #include <iterator>
+
+namespace
+{
+/// Reads digits, as many as there are, or @p width at most; moves @p text behind them.
+/// @return `false` if there is none, or more than an `int` always holds
+bool ReadDigits(const char*& text, int width, int& value)
+{
+    constexpr int Most = 9;
+    const char* const start = text;
+    value = 0;
+    while (*text >= '0' && *text <= '9' && text - start < width)
+    {
+        if (text - start == Most)
+        {
+            return false;
+        }
+        value = value * 10 + (*text++ - '0');
+    }
+    return text != start;
+}
+}  // namespace
 
 const ZQDateTime::_StruLayout* ZQDateTime::_StruLayout::Find(EnumDTFormat fmt)
 {
@@ -43,4 +66,43 @@ int ZQDateTime::_StruLayout::SplitLength(EnumDTFormat fmt, int length)
         return -1;
     }
     return std::min(length, layout->nFixedLength < 0 ? Longest : layout->nFixedLength);
+}
+
+bool ZQDateTime::_StruLayout::ReadPlain(const char* text, ZQDateTime& value) const
+{
+    int numbers[4] = {};
+    int count = 0;
+    for (const char* at = pszParse; *at != '\0'; ++at)
+    {
+        if (*at != '%')
+        {
+            if (*text++ != *at)
+            {
+                return false;
+            }
+            continue;
+        }
+        // Either "%d", which takes all digits, or "%02d" and the like.
+        const int width = at[1] == '0' ? at[2] - '0' : INT_MAX;
+        at += at[1] == '0' ? 3 : 1;
+        if (!ReadDigits(text, width, numbers[count++]))
+        {
+            return false;
+        }
+    }
+    for (int i = 0; i < 3; ++i)
+    {
+        value.*pFields[i] = numbers[i];
+    }
+    if (count > 3)
+    {
+        value.m_nMilliSecond = numbers[3];
+    }
+    return true;
+}
+
+bool ZQDateTime::_StruLayout::Read(const char* text, ZQDateTime& value) const
+{
+    return std::sscanf(text, pszParse, &(value.*pFields[0]), &(value.*pFields[1]), &(value.*pFields[2]),
+                       &value.m_nMilliSecond) == nConversions;
 }

@@ -17,6 +17,15 @@ struct ZQDateTime::_StruLayout
     /// Where the second part begins in a text of @p length characters that starts with @p fmt and has no separator; never
     /// behind its end. -1 if that cannot be told.
     static int SplitLength(EnumDTFormat fmt, int length);
+
+    /// Parses what Format() writes, or the same without the leading zeros that the layout does not need: digits and
+    /// separators alone, no number of more than 9 digits. Such a text means the same to sscanf(3), which takes far longer.
+    /// @return `false`, with nothing changed, if @p text may mean something else or nothing
+    bool ReadPlain(const char* text, ZQDateTime& value) const;
+
+    /// Parses any text, by sscanf(3).
+    /// @return `false` if it has not all the numbers; those before the gap are stored
+    bool Read(const char* text, ZQDateTime& value) const;
 };
 
 #endif

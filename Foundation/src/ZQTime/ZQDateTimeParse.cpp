@@ -1,7 +1,6 @@
 #include "ZQCalendar.h"
 #include "ZQDateTimeLayouts.h"
 
-#include <cstdio>
 #include <cstring>
 
 namespace
@@ -18,14 +17,8 @@ int PositionOf(const char* sep, const char* text)
 
 bool ZQDateTime::SetFromFormat(const char* text, EnumDTFormat fmt)
 {
-    const _StruLayout* layout = _StruLayout::Find(fmt);
-    if (text == nullptr || layout == nullptr)
-    {
-        return false;
-    }
-    const auto& fields = layout->pFields;
-    if (std::sscanf(text, layout->pszParse, &(this->*fields[0]), &(this->*fields[1]), &(this->*fields[2]),
-                    &m_nMilliSecond) != layout->nConversions)
+    const _StruLayout* const layout = _StruLayout::Find(fmt);
+    if (text == nullptr || layout == nullptr || !(layout->ReadPlain(text, *this) || layout->Read(text, *this)))
     {
         return false;
     }
@@ -57,8 +50,9 @@ bool ZQDateTime::SetFromFormat(const char* text, EnumDTFormat firstFmt, EnumDTFo
     {
         return false;
     }
-    char first[LongestText + 1] = {};
+    char first[LongestText + 1];
     std::memcpy(first, text, static_cast<size_t>(firstLength));
+    first[firstLength] = '\0';
     return SetFromFormat(first, firstFmt) && SetFromFormat(text + firstLength + sepLength, secondFmt);
 }
 
