@@ -12,13 +12,7 @@ std::tm ZQStandardTime(int year, int month, int day, int hour, int minute, int s
     return fields;
 }
 
-bool ZQNormalise(std::tm fields, std::tm& normal)
+bool ZQNormalise(std::tm& fields)
 {
-    const time_t instant = std::mktime(&fields);
-    if (instant == -1)
-    {
-        return false;
-    }
-    normal = std::tm();
-    return localtime_r(&instant, &normal) != nullptr;
+    return std::mktime(&fields) != -1;  // makes the fields those of the instant, so localtime_r would tell nothing new
 }

@@ -26,8 +26,8 @@ template <typename T> constexpr T ZQWrapMul(T a, T b)
 /// What `mktime(3)` is asked about: the fields, taken as standard time.
 std::tm ZQStandardTime(int year, int month, int day, int hour, int minute, int second);
 
-/// The local time of the instant that @p fields name.
+/// Makes @p fields the local time of the instant that they name as standard time: all in range, the day of the week set.
 /// @return `false` if there is none, or if it is the instant -1, which `mktime(3)` does not tell from that
-bool ZQNormalise(std::tm fields, std::tm& normal);
+bool ZQNormalise(std::tm& fields);
 
 #endif

@@ -43,9 +43,9 @@ ZQDateTime::~ZQDateTime() = default;
 
 bool ZQDateTime::Assign(int year, int month, int day, int hour, int minute, int second, int millisecond)
 {
-    std::tm normal;
+    std::tm normal = ZQStandardTime(year, month, day, hour, minute, second);
     if (!AreYearDayAndTimeInRange(year, day, hour, minute, second, millisecond) || !InRange(month, 1, 11) ||
-        !ZQNormalise(ZQStandardTime(year, month, day, hour, minute, second), normal))
+        !ZQNormalise(normal))
     {
         return false;
     }

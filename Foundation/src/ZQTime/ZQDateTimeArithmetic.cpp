@@ -35,9 +35,8 @@ bool ZQDateTime::SubYears(int n)
 
 bool ZQDateTime::MoveToYear(int year)
 {
-    std::tm normal;
-    if (year < FirstYear || year > LastYear ||
-        !ZQNormalise(ZQStandardTime(year, m_nMonth, m_nDay, m_nHour, m_nMinute, m_nSecond), normal))
+    std::tm normal = ZQStandardTime(year, m_nMonth, m_nDay, m_nHour, m_nMinute, m_nSecond);
+    if (year < FirstYear || year > LastYear || !ZQNormalise(normal))
     {
         return false;
     }
@@ -69,8 +68,8 @@ bool ZQDateTime::MoveToMonth(int year, int month)
 {
     const bool hasLength = month >= 1 && month <= MonthsPerYear;
     const int day = hasLength ? std::min(m_nDay, MonthLength(year, month)) : m_nDay;
-    std::tm normal;
-    if (!ZQNormalise(ZQStandardTime(year, month, day, m_nHour, m_nMinute, m_nSecond), normal))
+    std::tm normal = ZQStandardTime(year, month, day, m_nHour, m_nMinute, m_nSecond);
+    if (!ZQNormalise(normal))
     {
         return false;
     }

@@ -22,8 +22,8 @@ bool ZQDateTime::SetFromFormat(const char* text, EnumDTFormat fmt)
     {
         return false;
     }
-    std::tm normal;
-    if (!ZQNormalise(ZQStandardTime(m_nYear, m_nMonth, m_nDay, m_nHour, m_nMinute, m_nSecond), normal))
+    std::tm normal = ZQStandardTime(m_nYear, m_nMonth, m_nDay, m_nHour, m_nMinute, m_nSecond);
+    if (!ZQNormalise(normal))
     {
         m_nYear = 0;  // the fields are changed by now; this keeps anyone from taking them for a date
         return false;
