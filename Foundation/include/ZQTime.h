@@ -79,6 +79,11 @@ enum EnumDTFormat : int
 /// `/etc/localtime` in every call, which makes it many times slower: set `TZ` to `:/etc/localtime`, the same zone, in programs that
 /// do much of this.
 ///
+/// Cost: the calendar is the platform's. GetEpochTime(), Assign(), parsing and the shifts by years and months are one call of
+/// `mktime(3)`, the shifts by days, hours and seconds one more of `localtime_r(3)`, and a comparison is two of `mktime(3)`.
+/// Where `TZ` is not set, each `mktime(3)` of the GNU library makes a system call, to see whether /etc/localtime has
+/// changed, and takes five times as long: a program that compares or parses much sets `TZ`. Format() calls nothing.
+///
 /// Arithmetic on fields and arguments is in 32 bits and wraps.
 ///
 /// Threads: an object belongs to one thread at a time, also for const operations: Format() without a buffer writes into the
@@ -285,6 +290,9 @@ private:
 
     char* Write(EnumDTFormat fmt, char* out) const;
     std::size_t LengthOf(const _StruLayout& layout) const;
+    bool ReadFields(const char* text, EnumDTFormat fmt);
+    bool FindWeekDay();
+    bool IsInstantSure() const;
     void Load(const std::tm& local, int millisecond);
     bool MoveToYear(int year);
     bool MoveToMonth(int year, int month);

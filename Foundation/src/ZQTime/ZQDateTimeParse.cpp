@@ -15,13 +15,30 @@ int PositionOf(const char* sep, const char* text)
 }
 }  // namespace
 
+/// Whether the fields name an instant in any zone, and not the one of -1, a second before 1970.
+bool ZQDateTime::IsInstantSure() const
+{
+    const auto inRange = [](int value, int first, int last) { return value >= first && value <= last; };
+    return inRange(m_nYear, 1971, 9999) && inRange(m_nMonth, 1, 12) && inRange(m_nDay, 1, 31) &&
+           inRange(m_nHour, 0, 23) && inRange(m_nMinute, 0, 59) && inRange(m_nSecond, 0, 59);
+}
+
 bool ZQDateTime::SetFromFormat(const char* text, EnumDTFormat fmt)
 {
+    return ReadFields(text, fmt) && FindWeekDay();
+}
+
+/// Stores the numbers of @p text; the day of the week stays as it was.
+/// @return as SetFromFormat()
+bool ZQDateTime::ReadFields(const char* text, EnumDTFormat fmt)
+{
     const _StruLayout* const layout = _StruLayout::Find(fmt);
-    if (text == nullptr || layout == nullptr || !(layout->ReadPlain(text, *this) || layout->Read(text, *this)))
-    {
-        return false;
-    }
+    return text != nullptr && layout != nullptr && (layout->ReadPlain(text, *this) || layout->Read(text, *this));
+}
+
+/// Sets the day of the week to that of the instant, if there is one.
+bool ZQDateTime::FindWeekDay()
+{
     std::tm normal = ZQStandardTime(m_nYear, m_nMonth, m_nDay, m_nHour, m_nMinute, m_nSecond);
     if (!ZQNormalise(normal))
     {
@@ -53,7 +70,22 @@ bool ZQDateTime::SetFromFormat(const char* text, EnumDTFormat firstFmt, EnumDTFo
     char first[LongestText + 1];
     std::memcpy(first, text, static_cast<size_t>(firstLength));
     first[firstLength] = '\0';
-    return SetFromFormat(first, firstFmt) && SetFromFormat(text + firstLength + sepLength, secondFmt);
+    const char* const second = text + firstLength + sepLength;
+    if (!ReadFields(first, firstFmt))
+    {
+        return false;
+    }
+    if (IsInstantSure())
+    {
+        // All that the first part's instant is good for is a day of the week, which the second part replaces.
+        ZQDateTime both(*this);
+        if (both.SetFromFormat(second, secondFmt))
+        {
+            *this = both;
+            return true;
+        }
+    }
+    return FindWeekDay() && SetFromFormat(second, secondFmt);
 }
 
 bool ZQDateTime::SetFromFormat(const char* text)
