@@ -38,7 +38,8 @@
 /// | `false`   | constant time                     | need not be found: the list gets out of order, and the pool grows |
 /// | `true`    | goes over the chunk's free slices | are always found                                                  |
 ///
-/// Freeing several slices goes over the chunk's free slices in either case. So take `true` where blocks of several slices
+/// Freeing several slices goes over the chunk's free slices in either case; in an ordered pool from what was freed last, where
+/// that lies before them, so that freeing in the order of allocation takes constant time. So take `true` where blocks of several slices
 /// are mixed with single ones, and chunks of a moderate size.
 ///
 /// Lifetime: the destructor frees every chunk, and all blocks with it, whether they were given back or not.
@@ -109,6 +110,7 @@ private:
     bool IsNext(const void* slice, const void* next) const;
     _StruFreeSlice* Segregate(void* p, unsigned int n, _StruFreeSlice* tail) const;
     static _StruFreeSlice* FindPrev(_StruFreeSlice* head, const void* p);
+    _StruFreeSlice* StartFor(const void* p, _StruChunk* chunk) const;
     void AddOrdered(void* p, unsigned int n, void* chunk);
     void FreeChunk(_StruChunk* chunk);
 
@@ -121,6 +123,7 @@ private:
     ZxxListInner<char*> m_lstChunks;  // all chunks, the oldest first
     unsigned int m_nFree;
     _StruChunk* m_pFreeChunks;  // those with a free slice, the last to get one first
+    void* m_pLastFreed;         // a free slice in an ordered list, to look for the next one's place from; may be null
 };
 
 #endif

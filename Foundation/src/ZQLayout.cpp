@@ -238,7 +238,8 @@ template struct Layout<ZQMemoryPool, 0,
     ZQ_MEMBER(ZQMemoryPool, m_nTotal, unsigned int),
     ZQ_MEMBER(ZQMemoryPool, m_lstChunks, ZxxListInner<char*>),
     ZQ_MEMBER(ZQMemoryPool, m_nFree, unsigned int),
-    ZQ_MEMBER(ZQMemoryPool, m_pFreeChunks, ZQMemoryPool::_StruChunk*)>;
+    ZQ_MEMBER(ZQMemoryPool, m_pFreeChunks, ZQMemoryPool::_StruChunk*),
+    ZQ_MEMBER(ZQMemoryPool, m_pLastFreed, void*)>;
 template struct Layout<ZQMemoryPool::_StruChunk, 0,
     ZQ_MEMBER(ZQMemoryPool::_StruChunk, pNext, ZQMemoryPool::_StruChunk*),
     ZQ_MEMBER(ZQMemoryPool::_StruChunk, pPool, ZQMemoryPool*),

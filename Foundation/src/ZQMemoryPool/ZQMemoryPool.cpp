@@ -27,7 +27,7 @@ unsigned int UnitOf(std::size_t sliceSize)
 ZQMemoryPool::ZQMemoryPool(unsigned int sliceSize, unsigned int nextCount, unsigned int maxCount, bool ordered)
     : m_nUnit(UnitOf(sliceSize)), m_nSliceSize(sliceSize), m_nNextCount(nextCount != 0 ? nextCount : DefaultNextCount),
       m_nMaxCount(maxCount != 0 ? std::max(maxCount, nextCount) : 0), m_bOrdered(ordered), m_nTotal(0), m_nFree(0),
-      m_pFreeChunks(nullptr)
+      m_pFreeChunks(nullptr), m_pLastFreed(nullptr)
 {
 }
 
@@ -50,6 +50,10 @@ void* ZQMemoryPool::Malloc(unsigned short n)
     }
     _StruFreeSlice* const slice = chunk->pFree;
     chunk->pFree = slice->pNext;
+    if (slice == m_pLastFreed)
+    {
+        m_pLastFreed = nullptr;
+    }
     --m_nFree;
     if (--chunk->nFrees == 0)
     {
@@ -212,6 +216,7 @@ void ZQMemoryPool::FreeChunk(_StruChunk* chunk)
 {
     m_nFree -= chunk->nFrees;
     m_nTotal -= chunk->nPartition;
+    m_pLastFreed = nullptr;  // it may lie there
     _StruChunk** link = &m_pFreeChunks;
     while (*link != nullptr && *link != chunk)
     {

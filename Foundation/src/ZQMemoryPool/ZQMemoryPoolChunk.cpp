@@ -4,6 +4,7 @@
 
 #include <cassert>
 #include <cstdint>
+#include <new>
 
 ZQMemoryPool::_StruChunk* ZQMemoryPool::_StruChunk::At(char* address)
 {
@@ -52,17 +53,26 @@ ZQMemoryPool::_StruFreeSlice* ZQMemoryPool::FindPrev(_StruFreeSlice* head, const
     return prev;
 }
 
+/// Where to look for the place of @p p from: at what was freed last, if the list is in order and that lies before @p p in
+/// the same chunk, for much is freed in the order of its addresses; at the start of the list otherwise.
+ZQMemoryPool::_StruFreeSlice* ZQMemoryPool::StartFor(const void* p, _StruChunk* chunk) const
+{
+    const bool before = chunk < m_pLastFreed && m_pLastFreed < p;
+    return before ? std::launder(static_cast<_StruFreeSlice*>(m_pLastFreed)) : chunk->pFree;
+}
+
 /// Frees @p n slices from @p p on.
 void ZQMemoryPool::AddOrdered(void* p, unsigned int n, void* chunk)
 {
     _StruChunk* const owner = static_cast<_StruChunk*>(chunk);
     const bool listed = owner->pFree != nullptr;
-    _StruFreeSlice* const prev = n == 1 && !m_bOrdered ? nullptr : FindPrev(owner->pFree, p);
+    _StruFreeSlice* const prev = n == 1 && !m_bOrdered ? nullptr : FindPrev(StartFor(p, owner), p);
     _StruFreeSlice*& link = prev != nullptr ? prev->pNext : owner->pFree;
     const unsigned int joined = (prev != nullptr && IsNext(prev, p) ? 1U : 0U) +
                                 (IsNext(static_cast<char*>(p) + (n - 1) * std::size_t{m_nUnit}, link) ? 1U : 0U);
     owner->NoteRun(n, joined);
     link = Segregate(p, n, link);
+    m_pLastFreed = m_bOrdered ? static_cast<char*>(p) + (n - 1) * std::size_t{m_nUnit} : nullptr;
     if (!listed)
     {
         owner->pNext = m_pFreeChunks;
@@ -112,6 +122,10 @@ void* ZQMemoryPool::ChunckMallocSliceN(_StruChunk* chunk, unsigned short n)
     }
     MemoryPoolCheck.CrashUnless(m_nFree >= n, "m_nFree>=n", 354);
     _StruFreeSlice* const first = *cursor;
+    if (first <= m_pLastFreed && m_pLastFreed <= last)
+    {
+        m_pLastFreed = nullptr;
+    }
     if (IsNext(cursor, last->pNext))
     {
         chunk->NoteRun(0, 2);  // only a list out of order has neighbours of the run that join when it is gone
