@@ -38,9 +38,9 @@
 /// | `false`   | constant time                     | need not be found: the list gets out of order, and the pool grows |
 /// | `true`    | goes over the chunk's free slices | are always found                                                  |
 ///
-/// Freeing several slices goes over the chunk's free slices in either case; in an ordered pool from what was freed last, where
-/// that lies before them, so that freeing in the order of allocation takes constant time. So take `true` where blocks of several slices
-/// are mixed with single ones, and chunks of a moderate size.
+/// Freeing several slices goes over the chunk's free slices in either case. An ordered pool starts at what it took back last,
+/// if that is still free and lies before them in the chunk, so a queue that frees in the order of allocation pays nothing
+/// for the order. So take `true` where blocks of several slices are mixed with single ones, and chunks of a moderate size.
 ///
 /// Lifetime: the destructor frees every chunk, and all blocks with it, whether they were given back or not.
 /// @ingroup memorypool
