@@ -46,7 +46,7 @@ struct ZQMemoryPool::_StruChunk
     void* FirstSlice();
     /// Whether a search for @p n adjacent slices may find some.
     bool MayHave(unsigned short n) const;
-    /// Notes that a run of @p n slices has come about, after which @p joined of the runs next to it go on.
+    /// Notes that @p n more slices, or none, have become one run with @p joined of those that there are.
     void NoteRun(unsigned int n, unsigned int joined);
     /// Takes the chunk that @p link names out of its list of chunks.
     static void Unlist(_StruChunk** link);
