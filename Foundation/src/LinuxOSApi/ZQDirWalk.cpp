@@ -1,11 +1,12 @@
 #include "ZQDirWalk.h"
 
+#include "ZQDirStream.h"
 #include "ZQOSResult.h"
 #include "ZQPath.h"
 
-#include <cstdio>
+#include <algorithm>
 #include <cstring>
-#include <dirent.h>
+#include <fcntl.h>
 #include <sys/stat.h>
 
 namespace
@@ -15,40 +16,15 @@ class DirReader
 {
 public:
     /// Opens @p dir, not null; IsOpen() tells whether that went well, else `errno` tells why.
-    explicit DirReader(const char* dir) : m_strDir(dir), m_pDir(opendir(dir)), m_pEntry(nullptr), m_bCut(false)
-    {
-        ZQTrimSeparators(m_strDir);
-    }
-    ~DirReader()
-    {
-        if (m_pDir != nullptr)
-        {
-            closedir(m_pDir);
-        }
-    }
-    DirReader(const DirReader&) = delete;
-    DirReader& operator=(const DirReader&) = delete;
+    explicit DirReader(const char* dir);
 
     bool IsOpen() const
     {
-        return m_pDir != nullptr;
+        return m_stream != nullptr;
     }
 
     /// Goes to the next entry. @return `false` at the end
-    bool Next()
-    {
-        do
-        {
-            m_pEntry = readdir(m_pDir);
-            if (m_pEntry == nullptr)
-            {
-                return false;
-            }
-        } while (strcmp(m_pEntry->d_name, ".") == 0 || strcmp(m_pEntry->d_name, "..") == 0);
-        const int length = snprintf(m_szPath, PathLimit, "%s/%s", m_strDir.c_str(), m_pEntry->d_name);
-        m_bCut = length >= PathLimit;
-        return true;
-    }
+    bool Next();
 
     /// The path of the entry; valid until the next one.
     const char* Path() const
@@ -60,28 +36,58 @@ public:
     {
         return m_bCut;
     }
-    bool IsLink() const
-    {
-        return m_pEntry->d_type == DT_LNK;
-    }
+    /// The type of the entry as the callbacks know it, or -1 for one that is to be passed over.
+    int Type() const;
 
 private:
-    static constexpr int PathLimit = 1023;
+    static constexpr size_t PathLimit = 1022;
 
-    std::string m_strDir;  // before the stream, so that no allocation comes between opendir and the reading of errno
-    DIR* m_pDir;
-    dirent* m_pEntry;
+    const ZQDirStream m_stream;
+    const dirent* m_pEntry;
+    size_t m_nPrefix;  // the directory and a separator
     bool m_bCut;
+    bool m_bOtherDir;  // whether the paths do not lead into the directory that is open
     char m_szPath[PathLimit + 1];
 };
 
-/// The type of an entry as the callbacks know it, or -1 for one that is to be passed over.
-int TypeOf(const DirReader& reader)
+DirReader::DirReader(const char* dir)
+    : m_stream(ZQOpenDirAt(AT_FDCWD, dir)), m_pEntry(nullptr), m_nPrefix(0), m_bCut(false), m_bOtherDir(false)
 {
-    struct stat status;
-    if (lstat(reader.Path(), &status) != 0)
+    if (IsOpen())
     {
-        return reader.IsLink() ? 1 : -1;
+        std::string prefix(dir);
+        ZQTrimSeparators(prefix);
+        m_bOtherDir = strchr(dir + prefix.size(), '\\') != nullptr;
+        prefix += '/';
+        m_nPrefix = prefix.copy(m_szPath, PathLimit);
+    }
+}
+
+bool DirReader::Next()
+{
+    m_pEntry = ZQNextEntry(m_stream);
+    if (m_pEntry == nullptr)
+    {
+        return false;
+    }
+    const size_t length = strlen(m_pEntry->d_name);
+    const size_t fits = std::min(length, PathLimit - m_nPrefix);
+    memcpy(m_szPath + m_nPrefix, m_pEntry->d_name, fits);
+    m_szPath[m_nPrefix + fits] = '\0';
+    m_bCut = fits < length;
+    return true;
+}
+
+int DirReader::Type() const
+{
+    // The entry itself, not what the directory tells of it: an entry that is gone is passed over. Looked up from the open
+    // directory, which is faster than by its path where both are the same.
+    const bool bByPath = m_bCut || m_bOtherDir;
+    struct stat status;
+    if (fstatat(bByPath ? AT_FDCWD : dirfd(m_stream.get()), bByPath ? m_szPath : m_pEntry->d_name, &status,
+                AT_SYMLINK_NOFOLLOW) != 0)
+    {
+        return m_pEntry->d_type == DT_LNK ? 1 : -1;
     }
     if (S_ISDIR(status.st_mode))
     {
@@ -108,7 +114,7 @@ int ZQWalkDir(const char* dir, ZQCutPath cutPath, ZQFetchDirCallBack cb, void* u
         {
             return ZQResultStopped;
         }
-        const int nType = TypeOf(reader);
+        const int nType = reader.Type();
         if (nType != -1 && !cb(_ZQStruFileInfo{reader.Path(), nType}, user))
         {
             return ZQResultStopped;
