@@ -121,11 +121,17 @@ extern "C"
     /// Removes a file or an empty directory. @return 0; -3 not found; -6 null or invalid, as a "." at the end is; -1 any other
     /// failure. Over `remove(3)`.
     ZQ_API int ZQRemove(const char* path);
-    /// Removes a directory with all files and directories in it. Other entries, symbolic links among them, are neither followed
-    /// nor removed: a tree that holds one keeps it and the directories above it. Only @p path itself is followed: of a link to a
-    /// directory, the directory is emptied and both stay. What was removed before a failure stays removed.
-    /// @return 0; -3 not found; -5 something in it could not be removed, or has a path of more than 1022 bytes; -6 null or
-    ///         empty; -7 the directory could not be opened; -1 the directory itself could not be removed
+    /// Removes a directory with all files and directories in it, however deep and wide. Other entries, symbolic links among them,
+    /// are neither followed nor removed: a tree that holds one keeps it and the directories above it. Only @p path itself is
+    /// followed: of a link to a directory, the directory is emptied and both stay. What was removed before a failure stays
+    /// removed.
+    ///
+    /// Only @p path is looked up by its path; what is in it, from the directory that holds it. So a link that somebody puts into
+    /// the place of a directory meanwhile does not lead out of the tree, and neither does a directory that is moved out of it
+    /// lead to what is beside its new place. At most 17 descriptors are open at a time.
+    /// @return 0; -3 not found; -5 something in it could not be removed, or a directory was moved away meanwhile; -6 null or
+    ///         empty; -7 the directory could not be opened; -1 the directory itself could not be removed. Over `openat(2)` and
+    ///         `unlinkat(2)`.
     ZQ_API int ZQForcedRemoveDir(const char* path);
     /// @}
 
@@ -153,8 +159,9 @@ extern "C"
     /// @param user  handed to @p cb as it is
     /// @return 0 at the end; -3 not found or empty; -5 stopped by @p cb; -6 @p dir is null; -7 another error
     ZQ_API int ZQGetEmptyFolderList(const char* dir, ZQFetchDirCallBack cb, void* user);
-    /// Whether a directory holds nothing but directories, at any depth; links to directories count as those. Null gives `true`;
-    /// what cannot be opened as a directory, and a path of more than 1022 bytes in it, `false`.
+    /// Whether a directory holds nothing but directories, at any depth; links to directories count as those, 40 of them one
+    /// behind the other. Null gives `true`, what cannot be opened as a directory `false`. Its entries are looked up as those of
+    /// ZQForcedRemoveDir() are: only what the directory tells as a link is followed.
     ZQ_API bool ZQIsFolderEmpty(const char* path);
     /// @}
 

@@ -3,11 +3,30 @@
 #include "support/WorkDir.h"
 
 #include <cerrno>
+#include <dirent.h>
+#include <dlfcn.h>
 #include <fcntl.h>
+#include <functional>
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 #include <tuple>
 
 namespace fs = std::filesystem;
+
+/// What happens when an entry has been read, before the library sees it.
+static std::function<void(dirent&)> onEntry;
+
+// The program's own definition serves the library too.
+extern "C" dirent* readdir(DIR* dir) {
+    static const auto next = reinterpret_cast<dirent* (*)(DIR*)>(dlsym(RTLD_NEXT, "readdir"));
+    dirent* const entry = next(dir);
+    if (entry != nullptr && onEntry) {
+        onEntry(*entry);
+    }
+    return entry;
+}
+
+static void TellNoType(dirent& entry) { entry.d_type = DT_UNKNOWN; }  // as some file systems do not
 
 /// What a walk told, and after how many entries it is stopped.
 struct Log {
@@ -29,6 +48,17 @@ static std::string MakeDeepDir(size_t length) {
     for (size_t i = 200; i < length; i += 201) { path[i] = '/'; }
     fs::create_directories(path);
     return path + "/";
+}
+
+/// Makes @p depth directories called "d" in @p path, one in the other, and "last" in the innermost.
+static void MakeChain(const std::string& path, int depth) {
+    const fs::path start = fs::current_path();
+    for (const char* dir = path.c_str(); depth-- >= 0; dir = "d") {
+        fs::create_directory(dir);
+        fs::current_path(dir);
+    }
+    fs::create_directory("last");
+    fs::current_path(start);
 }
 
 TEST(ZQFilesTest, TellsAndReturnsByDirectory) {
@@ -65,7 +95,7 @@ TEST(ZQFilesTest, TellsAndReturnsByDirectory) {
     EXPECT_EQ(ZQFetchDir("/", oneSeparator, nullptr), 0);
 }
 
-TEST(ZQFilesTest, CutPathIsNeitherEmptyNorRemoved) {
+TEST(ZQFilesTest, LongPathsHitNoSibling) {
     const std::tuple<const char*, size_t, const char*, size_t> cases[] = {
         {"fits", 1020, "e", 2},
         {"cut to an empty sibling", 1020, "se", 1},
@@ -75,17 +105,55 @@ TEST(ZQFilesTest, CutPathIsNeitherEmptyNorRemoved) {
     for (const auto& [name, length, folder, emptyFolders] : cases) {
         SCOPED_TRACE(name);
         const WorkDir dir;
-        const std::string deep = MakeDeepDir(length);
+        const std::string deep = MakeDeepDir(length), path = deep + folder;
         const std::string top = deep.substr(0, deep.find('/'));
-        fs::create_directory(deep + "s");
-        fs::create_directory(deep + folder);
-        const bool fits = emptyFolders == 2;
-        EXPECT_EQ(ZQIsFolderEmpty(top.c_str()), fits);
+        fs::create_directories(deep + "s/f");
+        fs::create_directories(path + "/f");
+        EXPECT_TRUE(ZQIsFolderEmpty(top.c_str()));
         Log log;
         EXPECT_EQ(ZQGetEmptyFolderList(deep.c_str(), Log::Add, &log), 0);
         EXPECT_EQ(log.entries.size(), emptyFolders);
-        EXPECT_EQ(ZQForcedRemoveDir(top.c_str()), fits ? 0 : -5);
-        EXPECT_EQ(fs::exists(deep + folder), !fits);
+        std::ofstream(path + "/f/file");
+        EXPECT_FALSE(ZQIsFolderEmpty(path.c_str()) || ZQIsFolderEmpty(top.c_str()));
+        EXPECT_EQ(ZQForcedRemoveDir(path.c_str()), 0);
+        EXPECT_TRUE(!fs::exists(path) && fs::exists(deep + "s/f"));
+        EXPECT_EQ(ZQForcedRemoveDir(top.c_str()), 0);
+    }
+}
+
+TEST(ZQFilesTest, TreesMayBeDeepAndWideWithFewDescriptors) {
+    const WorkDir dir;
+    const Texts before = WorkDir::Entries();
+    rlimit limit;
+    getrlimit(RLIMIT_NOFILE, &limit);
+    const rlimit few = {static_cast<rlim_t>(OpenDescriptors()) + 20, limit.rlim_max};
+    setrlimit(RLIMIT_NOFILE, &few);
+    fs::create_directories("top/sub");
+    for (int i = 0; i < 20; ++i) { MakeChain("top/" + std::to_string(i), i == 10 ? 2000 : 20); }
+    fs::create_symlink("../dirs", "top/link");
+    EXPECT_TRUE(ZQIsFolderEmpty("top"));
+    for (int i = 0; i < 20000; ++i) { std::ofstream("top/sub/" + std::to_string(i)); }
+    EXPECT_FALSE(ZQIsFolderEmpty("top"));
+    EXPECT_EQ(ZQForcedRemoveDir("top"), -1);
+    EXPECT_EQ(Joined(WorkDir::Entries(), before), "top top/link");
+    setrlimit(RLIMIT_NOFILE, &limit);
+}
+
+TEST(ZQFilesTest, RemovalStaysInTheTreeWhateverMovesMeanwhile) {
+    // A link takes the place of a directory that is about to be opened, or of one far above the open ones.
+    for (const auto& [moved, trigger] : {std::pair("tree/a/b", "b"), std::pair("tree/d/d", "last")}) {
+        SCOPED_TRACE(moved);
+        const WorkDir dir;
+        MakeChain("tree/d", 20);
+        onEntry = [&, from = moved, when = trigger](const dirent& entry) {
+            if (entry.d_name == std::string(when) && !fs::exists("moved")) {
+                fs::rename(from, "moved");
+                fs::create_symlink(dir.Path("linked"), from);
+            }
+        };
+        EXPECT_EQ(ZQForcedRemoveDir("tree"), -5);
+        onEntry = nullptr;
+        EXPECT_TRUE(fs::exists("moved") && fs::exists("file") && fs::exists("linked/file"));
     }
 }
 
@@ -202,12 +270,18 @@ TEST(ZQFilesTest, RemovesAndReturnsByPath) {
         {ZQForcedRemoveDir, "deep", -5, ENOTEMPTY, ""},
     };
     for (const auto& [remove, path, result, error, gone] : cases) {  // error 0: not a system call's
-        SCOPED_TRACE(testing::PrintToString(path) + ", to fail with " + std::to_string(result));
-        const WorkDir dir;
-        const Texts before = WorkDir::Entries();
-        EXPECT_EQ(remove(path), result);
-        EXPECT_TRUE(error == 0 || errno == error) << errno;
-        EXPECT_EQ(Joined(before, WorkDir::Entries()), gone);
+        for (const auto& type : {decltype(onEntry)(), decltype(onEntry)(TellNoType)}) {
+            SCOPED_TRACE(testing::PrintToString(path) + ", to fail with " + std::to_string(result));
+            const WorkDir dir;
+            const Texts before = WorkDir::Entries();
+            onEntry = type;
+            EXPECT_EQ(remove(path), result);
+            EXPECT_TRUE(error == 0 || errno == error) << errno;
+            onEntry = nullptr;
+            EXPECT_EQ(Joined(before, WorkDir::Entries()), gone);
+        }
     }
     EXPECT_FALSE(RemoveDirFileCallBack({"none", 1}, nullptr));
+    const WorkDir dir;
+    EXPECT_TRUE(ZQFetchDir("tree", RemoveDirFileCallBack, nullptr) == 0 && fs::is_empty("tree"));
 }

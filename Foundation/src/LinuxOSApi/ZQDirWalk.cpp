@@ -1,6 +1,5 @@
-#include "ZQDirWalk.h"
-
 #include "ZQDirStream.h"
+#include "ZQOSApi.h"
 #include "ZQOSResult.h"
 #include "ZQPath.h"
 
@@ -97,7 +96,7 @@ int DirReader::Type() const
 }
 }  // namespace
 
-int ZQWalkDir(const char* dir, ZQCutPath cutPath, ZQFetchDirCallBack cb, void* user)
+int ZQFetchDir(const char* dir, ZQFetchDirCallBack cb, void* user)
 {
     if (dir == nullptr || *dir == '\0')
     {
@@ -110,10 +109,6 @@ int ZQWalkDir(const char* dir, ZQCutPath cutPath, ZQFetchDirCallBack cb, void* u
     }
     while (reader.Next())
     {
-        if (reader.IsCut() && cutPath == ZQCutPath::Stop)
-        {
-            return ZQResultStopped;
-        }
         const int nType = reader.Type();
         if (nType != -1 && !cb(_ZQStruFileInfo{reader.Path(), nType}, user))
         {
@@ -121,11 +116,6 @@ int ZQWalkDir(const char* dir, ZQCutPath cutPath, ZQFetchDirCallBack cb, void* u
         }
     }
     return ZQResultDone;
-}
-
-int ZQFetchDir(const char* dir, ZQFetchDirCallBack cb, void* user)
-{
-    return ZQWalkDir(dir, ZQCutPath::Deliver, cb, user);
 }
 
 int ZQGetEmptyFolderList(const char* dir, ZQFetchDirCallBack cb, void* user)
@@ -147,26 +137,4 @@ int ZQGetEmptyFolderList(const char* dir, ZQFetchDirCallBack cb, void* user)
         }
     }
     return ZQResultDone;
-}
-
-bool ZQIsFolderEmpty(const char* path)
-{
-    if (path == nullptr)
-    {
-        return true;
-    }
-    DirReader reader(path);
-    if (!reader.IsOpen())
-    {
-        return false;
-    }
-    while (reader.Next())
-    {
-        // A path that was cut off may be that of a directory above, and would be gone into for ever.
-        if (reader.IsCut() || !ZQIsFolderEmpty(reader.Path()))
-        {
-            return false;
-        }
-    }
-    return true;
 }
