@@ -1,8 +1,9 @@
 #include "ZQProcessSpawn.h"
 
+#include "ZQDirStream.h"
 #include "ZQOSApi.h"
-#include "ZQOSResult.h"
 
+#include <cerrno>
 #include <charconv>
 #include <csignal>
 #include <cstdio>
@@ -105,15 +106,12 @@ void DetachError(const Streams& streams, int fd)
     }
 }
 
-bool MarkDescriptor(const _ZQStruFileInfo& info, void*)
+/// Marks @p fd close-on-exec. @return whether it could be
+bool MarkDescriptor(int fd)
 {
-    const int fd = atoi(info.pszPath + sizeof(DescriptorDir));
-    if (fd > STDERR_FILENO)
-    {
-        const bool bMarked = fcntl(fd, F_SETFD, fcntl(fd, F_GETFD) | FD_CLOEXEC) != -1;
-        printf(bMarked ? "fcntl fd:%d \n" : "fcntl fail,fd:%d \n", fd);
-    }
-    return true;
+    const int flags = fcntl(fd, F_GETFD);
+    // Most are marked already, at the latest by the start of a program before.
+    return (flags != -1 && (flags & FD_CLOEXEC) != 0) || fcntl(fd, F_SETFD, flags | FD_CLOEXEC) != -1;
 }
 }  // namespace
 
@@ -173,8 +171,18 @@ int _Mynohup(const char* path)
 
 void _SetFD_CLOEXEC()
 {
-    if (ZQFetchDir(DescriptorDir, MarkDescriptor, nullptr) != ZQResultDone)
+    const ZQDirStream dir = ZQOpenDirAt(AT_FDCWD, DescriptorDir);
+    if (dir == nullptr)
     {
         printf("Open dir:%s error... \n", DescriptorDir);
+        return;
+    }
+    while (const dirent* const entry = ZQNextEntry(dir))
+    {
+        const int fd = atoi(entry->d_name);
+        if (fd > STDERR_FILENO)
+        {
+            printf(MarkDescriptor(fd) ? "fcntl fd:%d \n" : "fcntl fail,fd:%d \n", fd);
+        }
     }
 }
