@@ -1,9 +1,11 @@
+#include "ZQDirStream.h"
 #include "ZQOSApi.h"
 
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <fcntl.h>
 #include <unistd.h>
 
 namespace
@@ -20,34 +22,44 @@ struct Search
 };
 
 /// Whether the program of a process is one that is looked for. A target that holds the whole path holds its file name too.
-bool Matches(const Search& search, const char* process)
+bool Matches(const Search& search, const ZQDirStream& processes, const char* id)
 {
     char target[1024];
-    const std::string strLink = std::string(process) + "/exe";
-    const ssize_t length = readlink(strLink.c_str(), target, sizeof(target) - 1);
+    const std::string strLink = std::string(id) + "/exe";
+    const ssize_t length = readlinkat(dirfd(processes.get()), strLink.c_str(), target, sizeof(target) - 1);
     if (length == -1)
     {
-        return false;  // of another user, of the kernel, or gone
+        return false;  // of another user, of the kernel, gone, or no directory
     }
     target[length] = '\0';
     return strstr(target, search.strPath.c_str()) != nullptr;
 }
 
-bool Collect(const _ZQStruFileInfo& info, void* user)
+bool IsNumber(const char* name)
 {
-    Search& search = *static_cast<Search*>(user);
-    const char* name = info.pszPath + sizeof(ProcessDir);
-    if (info.nType != 2 || name[strspn(name, "0123456789")] != '\0' || !Matches(search, info.pszPath))
+    return name[strspn(name, "0123456789")] == '\0';
+}
+
+void Find(Search& search)
+{
+    const ZQDirStream processes = ZQOpenDirAt(AT_FDCWD, ProcessDir);
+    if (processes == nullptr)
     {
-        return true;
+        return;
     }
-    if (search.nFound == search.nCapacity)
+    while (const dirent* const entry = ZQNextEntry(processes))
     {
-        puts("ZQGetAliveProcessList: The array of process id is not enough.");
-        return false;
+        if (!IsNumber(entry->d_name) || !Matches(search, processes, entry->d_name))
+        {
+            continue;
+        }
+        if (search.nFound == search.nCapacity)
+        {
+            puts("ZQGetAliveProcessList: The array of process id is not enough.");
+            return;
+        }
+        search.pids[search.nFound++] = strtol(entry->d_name, nullptr, 10);
     }
-    search.pids[search.nFound++] = strtol(name, nullptr, 10);
-    return true;
 }
 }  // namespace
 
@@ -70,7 +82,7 @@ bool ZQGetAliveProcessList(const char* path, long* pids, int* count)
     }
     Search search = {path, pids, *count, 0};
     std::replace(search.strPath.begin(), search.strPath.end(), '\\', '/');
-    (void)ZQFetchDir(ProcessDir, Collect, &search);
+    Find(search);
     *count = search.nFound;
     return true;
 }
