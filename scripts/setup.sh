@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # Installs what a build needs on Debian 12, by apt, and only what is missing: silent and fast when nothing is.
-#   setup.sh [release|clang|asan|tsan|arm64|docs ...]     no argument: release
+#   setup.sh [release|clang|asan|tsan|arm64|docs|bench ...]     no argument: release
 set -euo pipefail
 
 needed=(g++ cmake ninja-build uuid-dev libcli11-dev libssl-dev nlohmann-json3-dev
@@ -10,6 +10,8 @@ packages=(debhelper)
 interface=(abigail-tools)
 arm64=(qemu-user g++-aarch64-linux-gnu binutils-aarch64-linux-gnu libc6:arm64 libstdc++6:arm64 libgtest-dev:arm64
        uuid-dev:arm64 libssl-dev:arm64 systemtap-sdt-dev:arm64)
+bench=(libbenchmark-dev python3 gnuplot-nox pkgconf tzdata libboost-dev libboost-filesystem-dev libabsl-dev libtbb-dev
+       libglib2.0-dev libapr1-dev libaprutil1-dev libuv1-dev libfmt-dev libjemalloc2 libmimalloc2.0)
 
 [ $# -gt 0 ] || set -- release
 for use in "$@"; do
@@ -21,6 +23,7 @@ for use in "$@"; do
         tsan) needed+=("${tests[@]}" libtsan2) ;;
         arm64) needed+=("${tests[@]}" "${packages[@]}" "${interface[@]}" "${arm64[@]}") ;;
         docs) needed+=(doxygen python3) ;;
+        bench) needed+=("${bench[@]}") ;;
         *) echo "setup.sh: unknown use: $use" >&2; exit 2 ;;
     esac
 done

@@ -1,0 +1,64 @@
+"""What the library wants to reach. Each target is computed from the medians of one run; none is typed in."""
+from dataclasses import dataclass
+from typing import Optional
+
+ORDERED_POOLS = ["asio strand", "asio thread_pool", "GThreadPool", "apr_thread_pool", "libuv", "textbook std::queue"]
+
+
+@dataclass
+class Target:
+    """A figure that has to be at most its limit, or below it."""
+    area: str
+    what: str
+    value: Optional[float]
+    limit: float
+    text: str = "{:.2f}"
+    below: bool = False
+
+    def limit_text(self):
+        return ("< " if self.below else "≤ ") + f"{self.limit:g}"
+
+    def verdict(self):
+        if self.value is None:
+            return "not measured"
+        reached = self.value < self.limit if self.below else self.value <= self.limit
+        return "reached" if reached else "**not reached**"
+
+
+def ratio(measured, area, workload, ours, other, figure="ns"):
+    """Ours over the other's."""
+    a, b = (measured.get(area, workload, who, figure) for who in (ours, other))
+    return a / b if a is not None and b else None
+
+
+def against_best(measured, area, workload, ours, names):
+    """Ours over the fastest of the others."""
+    mine = measured.get(area, workload, ours)
+    found = measured.rivals(area, workload, names)
+    return mine / min(found.values()) if mine is not None and found else None
+
+
+def locks(m):
+    for workload in ("lock and unlock alone", "lock and unlock, 2 threads", "lock and unlock, 4 threads"):
+        yield Target("locks", f"{workload}: against pthread", ratio(m, "locks", workload, "ZQMutex", "floor: pthread"), 1.10)
+    yield Target("locks", "lock and unlock, 4 threads: against absl::Mutex",
+                 ratio(m, "locks", "lock and unlock, 4 threads", "ZQMutex", "absl::Mutex"), 1.0)
+
+
+def pools(m):
+    for slots in ("1 slot", "2 slots"):
+        for producers in ("1 producer", "4 producers"):
+            workload = f"empty tasks, {slots}, {producers}"
+            yield Target("pools", f"{workload}: against the best rival that keeps order and bounds",
+                         against_best(m, "pools", workload, "ZQTaskPool", ORDERED_POOLS), 1.0, below=True)
+            yield Target("pools", f"{workload}: against the floor",
+                         ratio(m, "pools", workload, "ZQTaskPool", "floor: ring under a mutex"), 2.0)
+            yield Target("pools", f"{workload}: allocations a task",
+                         m.get("pools", workload, "ZQTaskPool", "allocations"), 0.0005, "{:.4f}", below=True)
+    yield Target("pools", "submit to start, idle pool: against a bare condition",
+                 ratio(m, "pools", "submit to start, idle pool", "ZQTaskPool", "floor: condition"), 1.15)
+
+
+def all_targets(measured):
+    for area in (locks, pools):
+        yield from area(measured)
