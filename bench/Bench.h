@@ -19,7 +19,8 @@ namespace bench {
 /// Adds the contests of an area; defined by its file.
 void Register();
 
-/// Blocks taken from the heap so far, by `malloc` or `new`, in all threads. In Allocations.cpp.
+/// Blocks taken from the heap so far, by `malloc` or `new`, in all threads; -1 if they are not counted. In
+/// Allocations.cpp.
 long Allocations();
 
 /// Whether this is a smoke run, in which nobody believes the numbers.
@@ -109,8 +110,10 @@ template <class Body> void Loop(const std::string& workload, const std::string& 
             state.SkipWithError("the work was not done right");
             return;
         }
-        const long taken = Allocations() - before;
-        state.counters["allocations"] = static_cast<double>(taken) / static_cast<double>(state.iterations());
+        if (before >= 0) {
+            const long taken = Allocations() - before;
+            state.counters["allocations"] = static_cast<double>(taken) / static_cast<double>(state.iterations());
+        }
     });
 }
 }  // namespace bench

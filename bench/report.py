@@ -117,8 +117,7 @@ def area_table(workloads):
             spread = result.spread()
             rows.append([workload if index == 0 else "", f"**{who}**" if is_ours(who) else who, time_text(result.median()),
                          "" if spread is None else f"{spread:.0%}", f"{result.median() / ours:.2f}" if ours else ""]
-                        + [figure_text(n.replace(" ns", "") + (" ns" if n.endswith(" ns") else ""), result.median(n))
-                           for n in names])
+                        + [figure_text(n, result.median(n)) for n in names])
     return table(["workload", "contestant", "median", "spread", "× ours"] + [n.replace(" ns", "") for n in names], rows)
 
 
@@ -222,6 +221,8 @@ def machine(context):
 def target_table(measured):
     rows = []
     for target in targets.all_targets(measured):
+        if target.area not in measured.areas:
+            continue
         value = "not measured" if target.value is None else target.text.format(target.value)
         rows.append([target.area, target.what, target.limit_text(), value, target.verdict()])
     return table(["area", "target", "limit", "measured", ""], rows)

@@ -59,6 +59,41 @@ def pools(m):
                  ratio(m, "pools", "submit to start, idle pool", "ZQTaskPool", "floor: condition"), 1.15)
 
 
+def memory(m):
+    for order in ("last in first out (half a pair)", "first in first out", "random"):
+        workload = f"single blocks, {order}"
+        yield Target("memory", f"{workload}: against a free list",
+                     ratio(m, "memory", workload, "ZQMemoryPool", "floor: free list"), 2.0)
+        yield Target("memory", f"{workload}: against jemalloc and mimalloc",
+                     against_best(m, "memory", workload, "ZQMemoryPool", ["jemalloc", "mimalloc"]), 1.0, below=True)
+    few, many = (m.get("memory", f"runs of 1 to 8 of {live} live", "ZQMemoryPool, ordered") for live in (200, 2000))
+    yield Target("memory", "runs of 1 to 8: 2000 live against 200 live", many / few if few and many else None, 5.0)
+    yield Target("memory", "runs of 1 to 8 of 2000 live: against boost::pool's ordered runs",
+                 ratio(m, "memory", "runs of 1 to 8 of 2000 live", "ZQMemoryPool, ordered", "boost::pool, ordered"), 1.0,
+                 below=True)
+
+
+def datetimes(m):
+    for setting in ("TZ unset, winter", "TZ unset, summer", "TZ set, winter", "TZ set, summer"):
+        workload = f"format, {setting}"
+        yield Target("datetimes", f"{workload}: against strftime and fmt",
+                     against_best(m, "datetimes", workload, "ZQDateTime", ["strftime", "fmt"]), 1.0, below=True)
+        yield Target("datetimes", f"{workload}: against digits by hand",
+                     ratio(m, "datetimes", workload, "ZQDateTime", "floor: digits by hand"), 3.0)
+        workload = f"parse, {setting}"
+        yield Target("datetimes", f"{workload}: against strptime and mktime, twice",
+                     ratio(m, "datetimes", workload, "ZQDateTime", "strptime, mktime, twice"), 1.0)
+
+
+def files(m):
+    yield Target("files", "walk: against readdir and fstatat",
+                 ratio(m, "files", "walk, an entry", "ZQFetchDir", "floor: readdir, fstatat"), 1.05)
+    yield Target("files", "remove a tree: against std::filesystem::remove_all",
+                 ratio(m, "files", "remove a tree, a file", "ZQForcedRemoveDir", "std::filesystem"), 1.0)
+    calls = m.get("files", "make 30 levels, present", "ZQRecursiveMakeDir", "system calls")
+    yield Target("files", "make 30 levels, present: system calls", None if calls == -1 else calls, 1, "{:.0f}")
+
+
 def all_targets(measured):
-    for area in (locks, pools):
+    for area in (locks, pools, memory, datetimes, files):
         yield from area(measured)

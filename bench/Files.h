@@ -1,0 +1,20 @@
+#ifndef ZQ_BENCH_FILES_H
+#define ZQ_BENCH_FILES_H
+
+/// What the contests on files need around them: a place, a tree, a count of system calls.
+
+#include "Bench.h"
+
+#include <functional>
+#include <string>
+
+/// The folder that ZQ_BENCH_DIR names, or the current one.
+std::string WorkDir();
+
+/// Makes a tree of so many files, a hundred in a directory.
+void MakeTree(const std::string& top, long files);
+
+/// How many system calls @p work makes in a child of its own, counted by tracing it; -1 where that is not allowed.
+double SystemCalls(const std::function<void()>& work);
+
+#endif
