@@ -94,6 +94,44 @@ def files(m):
     yield Target("files", "make 30 levels, present: system calls", None if calls == -1 else calls, 1, "{:.0f}")
 
 
+def processes(m):
+    small, large = (f"start and reap a child, {parent}" for parent in ("small parent", "parent of 500 MB"))
+    ours, floor = "ZQOpenProcess", "floor: fork, exec, the same work"
+    for workload in (small, large):
+        yield Target("processes", f"{workload}: against fork and exec", ratio(m, "processes", workload, ours, floor), 1.15)
+    growth = [m.get("processes", large, who) / m.get("processes", small, who) for who in (ours, floor)
+              if m.get("processes", large, who) and m.get("processes", small, who)]
+    yield Target("processes", "start of a child: growth with the parent's memory, against that of fork",
+                 growth[0] / growth[1] if len(growth) == 2 else None, 1.15)
+
+
+def timers(m):
+    yield Target("timers", "10000 timers of 100 ms: % of a core",
+                 m.get("timers", "processor time a run, 10000 timers", "ZQTimer", "% of a core"), 2.0)
+    late = m.get("timers", "lateness, median, 10000 timers", "ZQTimer", "p99 ns")
+    yield Target("timers", "10000 timers of 100 ms: p99 of the lateness, ms (a scan of 5 ms and 6 ms)",
+                 None if late is None else late / 1e6, 11.0)
+
+
+def growth(m):
+    """Ten times the size, where the cost is not linear by design; the rest is only drawn."""
+    def at(workload, who, size):
+        return m.get("growth", workload, f"{who} {size}")
+
+    for workload, who, size in (("a task of a burst", "ZQTaskPool", 100000),
+                                ("single block, random, by live blocks", "ZQMemoryPool", 10000),
+                                ("walk, an entry", "ZQFetchDir", 10000),
+                                ("remove a tree, a file", "ZQForcedRemoveDir", 2000),
+                                ("stop and start a timer, by started ones", "ZQTimer", 1000)):
+        small, large = at(workload, who, size), at(workload, who, 10 * size)
+        yield Target("growth", f"{workload}: {10 * size} against {size}", large / small if small and large else None, 1.3)
+    # The walk is over the free slices of one chunk, so with chunks of one size it must not grow with the pool.
+    for workload, size in (("single block, random, by live blocks", 10000), ("runs of 1 to 8, by live runs", 2000)):
+        small, large = (at(workload, "ZQMemoryPool, ordered", n) for n in (size, 10 * size))
+        yield Target("growth", f"{workload}, ordered pool, chunks of 256: {10 * size} against {size}",
+                     large / small if small and large else None, 1.3)
+
+
 def all_targets(measured):
-    for area in (locks, pools, memory, datetimes, files):
+    for area in (locks, pools, memory, datetimes, files, processes, timers, growth):
         yield from area(measured)

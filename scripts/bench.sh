@@ -37,15 +37,16 @@ run() {
         { tail -20 "$results/$name.log" >&2; exit 1; }
 }
 
+few=$((repetitions < 5 ? repetitions : 5)) fewest=$((repetitions < 3 ? 1 : 3))
 for area in "${areas[@]}"; do
     case $area in
         pools)  # one of the rivals has one pool a process, whose size is read once
-            UV_THREADPOOL_SIZE=1 run pools-1 pools --benchmark_filter='1 slot|idle pool'
-            UV_THREADPOOL_SIZE=2 run pools-2 pools --benchmark_filter='2 slots' ;;
+            UV_THREADPOOL_SIZE=1 repetitions=$few run pools-1 pools --benchmark_filter='1 slot|idle pool'
+            UV_THREADPOOL_SIZE=2 repetitions=$few run pools-2 pools --benchmark_filter='2 slots' ;;
         memory)  # an allocator that is loaded by name needs room for its variables of each thread
             GLIBC_TUNABLES=glibc.rtld.optional_static_tls=65536 run memory memory ;;
-        timers)  # real time passes
-            repetitions=$((repetitions < 3 ? 1 : 3)) run timers timers ;;
+        processes|growth) repetitions=$few run "$area" "$area" ;;
+        timers) repetitions=$fewest run timers timers ;;  # real time passes
         *) run "$area" "$area" ;;
     esac
 done
