@@ -88,6 +88,30 @@ template <class Kind> bench::Outcome Replace(long live, unsigned most) {
     return out;
 }
 
+/// Gives so many blocks, of 1 to `most` slices, back in random order; an operation is one of these.
+template <class Kind> bench::Outcome FreeAll(long count, unsigned most) {
+    bench::Outcome out;
+    std::mt19937 source(1);
+    Kind kind;
+    std::vector<std::pair<long*, unsigned>> blocks;
+    for (long i = 0; i < count; ++i) {
+        const unsigned n = static_cast<unsigned>(source()) % most + 1;
+        blocks.emplace_back(static_cast<long*>(kind.Take(n)), n);
+        *blocks.back().first = static_cast<long>(n);
+    }
+    std::shuffle(blocks.begin(), blocks.end(), source);
+    bool right = true;
+    const double before = bench::Now();
+    for (const auto& block : blocks) {
+        right = *block.first == static_cast<long>(block.second) && right;
+        kind.Give(block.first, block.second);
+    }
+    out.nanoseconds = bench::Now() - before;
+    out.operations = static_cast<double>(count);
+    out.error = right ? nullptr : "a block was not kept";
+    return out;
+}
+
 bench::Outcome Walk(long count) {
     bench::Outcome out;
     const std::string dir = WorkDir() + "/grow" + std::to_string(count);
@@ -182,14 +206,14 @@ bench::Outcome Scan(long count) {
     return out;
 }
 
-/// The walk of an ordered free is over one chunk: the same number of live blocks, in chunks of growing size.
+/// An ordered free, and that of a run, goes over the free slices of one chunk: the same blocks, in chunks of growing size.
 template <unsigned Chunk> void AddChunk() {
-    AddAt("single block, random, by the chunk's slices", "ZQMemoryPool, ordered", Chunk,
-          [](long) { return Replace<OurPool<true, Chunk>>(10000, 1); });
-    AddAt("single block, random, by the chunk's slices", "ZQMemoryPool", Chunk,
-          [](long) { return Replace<OurPool<false, Chunk>>(10000, 1); });
-    AddAt("runs of 1 to 8 of 2000 live, by the chunk's slices", "ZQMemoryPool, ordered", Chunk,
-          [](long) { return Replace<OurPool<true, Chunk>>(2000, 8); });
+    AddAt("free single blocks in random order, by the chunk's slices", "ZQMemoryPool, ordered", Chunk,
+          [](long) { return FreeAll<OurPool<true, Chunk>>(20000, 1); });
+    AddAt("free single blocks in random order, by the chunk's slices", "ZQMemoryPool", Chunk,
+          [](long) { return FreeAll<OurPool<false, Chunk>>(20000, 1); });
+    AddAt("free runs of 1 to 8 in random order, by the chunk's slices", "ZQMemoryPool, ordered", Chunk,
+          [](long) { return FreeAll<OurPool<true, Chunk>>(20000, 8); });
 }
 }  // namespace
 
@@ -214,6 +238,12 @@ void bench::Register() {
                   [](long n) { return Replace<BoostOrdered>(n, 8); });
         }
 #endif
+    }
+    for (const long size : {1000L, 10000L, 100000L}) {
+        AddAt("free single blocks in random order, by blocks", "ZQMemoryPool, ordered", size,
+              [](long n) { return FreeAll<OurPool<true, 256>>(n, 1); });
+        AddAt("free runs of 1 to 8 in random order, by runs", "ZQMemoryPool, ordered", size,
+              [](long n) { return FreeAll<OurPool<true, 256>>(n, 8); });
     }
     AddChunk<64>();
     AddChunk<256>();

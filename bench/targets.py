@@ -126,7 +126,9 @@ def growth(m):
         small, large = at(workload, who, size), at(workload, who, 10 * size)
         yield Target("growth", f"{workload}: {10 * size} against {size}", large / small if small and large else None, 1.3)
     # The walk is over the free slices of one chunk, so with chunks of one size it must not grow with the pool.
-    for workload, size in (("single block, random, by live blocks", 10000), ("runs of 1 to 8, by live runs", 2000)):
+    for workload, size in (("free single blocks in random order, by blocks", 10000),
+                           ("free runs of 1 to 8 in random order, by runs", 10000),
+                           ("runs of 1 to 8, by live runs", 2000)):
         small, large = (at(workload, "ZQMemoryPool, ordered", n) for n in (size, 10 * size))
         yield Target("growth", f"{workload}, ordered pool, chunks of 256: {10 * size} against {size}",
                      large / small if small and large else None, 1.3)
