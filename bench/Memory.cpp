@@ -225,6 +225,10 @@ void bench::Register() {
 #endif
     AddSingle<Pmr>("std::pmr pool");
     AddRuns<Pmr>("std::pmr pool");
+    if (!Jemalloc::Has() || !Mimalloc::Has()) {
+        benchmark::AddCustomContext("absent at run time", std::string(Jemalloc::Has() ? "" : "jemalloc ") +
+                                                              (Mimalloc::Has() ? "" : "mimalloc"));
+    }
     AddSingle<Jemalloc>("jemalloc");
     AddRuns<Jemalloc>("jemalloc");
     AddSingle<Mimalloc>("mimalloc");

@@ -94,8 +94,10 @@ def figure_text(name, value):
         return ""
     if name.endswith(" ns"):
         return time_text(value)
-    if name.startswith("%") or name.endswith("%"):
+    if "%" in name:
         return f"{value:.2f} %"
+    if abs(value) < 0.0005:
+        return "0"
     return f"{value:.3g}" if abs(value) < 1000 else f"{value:.0f}"
 
 
@@ -183,18 +185,21 @@ plot {plots}
 
 
 def plot_growth(workloads, path):
-    lines = series_of(workloads)
+    """A line for each contestant: its cost against that at its smallest size."""
+    lines = {key: [(size, ns / points[0][1]) for size, ns in points]
+             for key, points in series_of(workloads).items() if points[0][1]}
     series = {f"s{i}": points for i, points in enumerate(lines.values())}
     plots = ", ".join(f'${key} using 1:2 with linespoints pt {i % 14 + 1} title "{workload}: {who}"'
                       for i, (key, (workload, who)) in enumerate(zip(series, lines)))
-    gnuplot(f"""set terminal svg size 1100,600 font "sans,12" noenhanced background "white"
+    gnuplot(f"""set terminal svg size 1200,{600 + 14 * len(lines)} font "sans,12" noenhanced background "white"
 set output "{path}"
-set title "growth: nanoseconds an operation at growing sizes"
+set title "growth: an operation against the same at the smallest size"
 set logscale xy
+set format x "%.0s%c"
 set grid
 set xlabel "size"
-set ylabel "ns"
-set key outside right top
+set ylabel "times the cost at the smallest size"
+set key below left maxcols 2
 {blocks(series)}
 plot {plots}
 """, path)
@@ -215,7 +220,8 @@ def machine(context):
         ["compiler", context.get("compiler", "")],
         ["date", context["date"][:10]],
         ["load before the last area", " ".join(f"{value:.2f}" for value in context.get("load_avg", []))],
-        ["rivals that were not installed", context.get("absent", "").strip() or "none"]])
+        ["rivals that were not installed",
+         " ".join(context.get(key, "") for key in ("absent", "absent at run time")).strip() or "none"]])
 
 
 def target_table(measured):
