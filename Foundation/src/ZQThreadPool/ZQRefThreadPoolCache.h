@@ -3,6 +3,9 @@
 
 #include "ZQThreadPool.h"
 
+/// The most nodes that the cache of the task pools' nodes keeps. Programs have come to count on the figure.
+constexpr long ZQTPLCacheBound = 200000;
+
 /// The last node of a list of spare nodes; null if there is none.
 template <class List> typename List::node_type* ZQTakeLastNode(List& cache)
 {
@@ -17,8 +20,7 @@ template <class List> typename List::node_type* ZQTakeLastNode(List& cache)
 /// ZQRefThreadPool::FreeTPLTaskNode() for a caller who holds the cache's lock.
 inline void ZQCacheTPLTaskNode(ZQRefThreadPool& pool, ZQRefThreadPool::TPLTaskNode* node) ZQ_REQUIRES(pool.m_mutexTPL)
 {
-    constexpr long Bound = 200000;
-    if (pool.m_listTPLCache.size() >= Bound)
+    if (pool.m_listTPLCache.size() >= ZQTPLCacheBound)
     {
         ZQRefThreadPool::DelTPLTaskNode(node, nullptr);
     }

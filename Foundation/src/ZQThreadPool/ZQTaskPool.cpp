@@ -161,7 +161,7 @@ void ZQTaskPool::Clean()
     if (m_pCore != nullptr)
     {
         ZQAutoMutex lock(m_pCore->m_mutex);
-        m_pCore->m_listWait.clear();
+        m_pCore->Clean();
     }
 }
 
@@ -187,5 +187,5 @@ void ZQTaskPool::Uninit(bool bDrain)
         return;  // a task that was drained has destroyed this object, and the core with it
     }
     ZQAutoMutex lock(pCore->m_mutex);
-    pCore->m_listWait.clear();
+    pCore->Clean();
 }

@@ -59,13 +59,13 @@ public:
     /// The way back: that of every waiting task that is removed without having run.
     static void FreeTPLTaskNodeToCache(ZQRefThreadPool::TPLTaskNode* node, void* core)
     {
-        const ZQTaskPoolCore* pThis = static_cast<ZQTaskPoolCore*>(core);
+        ZQTaskPoolCore* pThis = static_cast<ZQTaskPoolCore*>(core);
         ZQProbe::TaskRemoved(pThis, node->data);
         if (pThis->m_fnFree != nullptr)
         {
             pThis->m_fnFree(node->data, pThis->m_pUser);
         }
-        pThis->m_pPool->FreeTPLTaskNode(node);
+        pThis->m_stash.Put(node, *pThis->m_pPool);
     }
 
     bool IsBound() const ZQ_REQUIRES(m_mutex)
@@ -158,6 +158,13 @@ public:
         return Release();
     }
 
+    /// Removes every waiting task.
+    void Clean() ZQ_REQUIRES(m_mutex)
+    {
+        m_listWait.clear();
+        GiveBackNodesAtRest();
+    }
+
     /// Gives up a reference and unlocks; the last one destroys the core.
     /// @return `false` if the core is gone
     bool Release() ZQ_RELEASE(m_mutex)
@@ -197,6 +204,15 @@ private:
 
     ~ZQTaskPoolCore() = default;
 
+    /// Leaves the spare nodes to other task pools while no slot is handed out.
+    void GiveBackNodesAtRest() ZQ_REQUIRES(m_mutex)
+    {
+        if (m_nStartedSlots == 0 && IsBound())
+        {
+            m_stash.GiveBackAll(*m_pPool);
+        }
+    }
+
     /// Takes the first free slot for the thread @p lThreadID, with a reference; null if there is none.
     SlotNode* TakeSlot(long lThreadID) ZQ_REQUIRES(m_mutex)
     {
@@ -210,15 +226,6 @@ private:
             ++m_nRefs;
         }
         return pSlot;
-    }
-
-    /// Leaves the spare nodes to other task pools while no slot is handed out.
-    void GiveBackNodesAtRest() ZQ_REQUIRES(m_mutex)
-    {
-        if (m_nStartedSlots == 0 && IsBound())
-        {
-            m_stash.GiveBackAll(*m_pPool);
-        }
     }
 
     /// Takes a slot from the busy ones; the caller links it to the free ones and answers for its reference.
