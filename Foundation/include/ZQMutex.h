@@ -163,7 +163,8 @@ private:
 /// that looks at the state, and prefer WaitTimeout() with a limit that you can afford to lose.
 ///
 /// Threads: any operation from any thread; Signal() and Broadcast() with or without the mutex held. Waits are
-/// cancellation points; a thread that is cancelled in one holds the mutex again while its clean-up runs. Over
+/// cancellation points; a thread that is cancelled in one holds the mutex again while its clean-up runs. In a forked child
+/// the condition has no waiters, whatever the parent's threads were doing; the mutex is as it was. Over
 /// `pthread_cond_t` with `CLOCK_MONOTONIC`.
 /// @ingroup locks
 class ZQ_API ZQCond
@@ -199,8 +200,11 @@ public:
     void Broadcast();
 
 private:
+    void AfterFork();
+
     pthread_cond_t m_hOS;
     pthread_condattr_t m_attr;
+    int m_nFork;  // in which process it was made
 };
 
 /// A lock between processes, and between the threads of each of them. Its key is the path of a lock file, which all

@@ -15,9 +15,16 @@
 /// one, which starts a worker when a task finds none idle and lets surplus workers go after two idle minutes.
 ///
 /// Threads: every operation may be called from any thread, also from inside a task, unless it says otherwise. No pool
-/// holds a lock of its own while it runs a task. Nothing is ever forced: a task that never returns keeps its thread. A thread
-/// must not be cancelled inside any of this, and a forked child that does not call `exec` leaves by `_exit(2)`: it has none of
-/// the threads.
+/// holds a lock of its own while it runs a task. Nothing is ever forced: a task that never returns keeps its thread.
+///
+/// Cancellation: a thread must not be cancelled inside any of this.
+///
+/// Forks: a forked child has none of its parent's threads. If the parent ever had more than one, these objects start over in
+/// the child when it first uses or destroys them: ZQRefThreadPool::Global() makes another pool, threads are idle, pools have
+/// no workers and no tasks, and a task pool is as if it were just made, to be bound again. Callbacks do not run for what
+/// the parent had queued; that and its memory is left alone. So a child may work on, call `exit(3)` or `exec`; a
+/// callback, though, that forks must not return in the child. All this is for `fork(2)` only, and for children that share no
+/// memory with their parent.
 ///
 /// @code
 /// void Work(void* data, void*) { std::unique_ptr<Job> job(static_cast<Job*>(data)); job->Run(); }
@@ -107,6 +114,7 @@ private:
     struct _StruStart;
 
     static void* ThreadMain(void* pStart);
+    void AfterFork();
     pthread_t TakeHandle();
     bool HasExactly(int nMask, int nBits) const;
     void ChangeStatus(int nClear, int nSet);
@@ -119,6 +127,7 @@ private:
     void* m_pParam;
     void* m_pUserData;
     long m_lThreadID;  // read without a lock
+    int m_nFork;       // in which process it was made
 };
 
 /// Worker threads of one owner, with a queue of functions to run, first in first out.
@@ -187,6 +196,7 @@ private:
         void* pArg;
     };
 
+    void AfterFork() ZQ_NO_THREAD_SAFETY_ANALYSIS;
     void QueueTask(const _StruTask& task) ZQ_REQUIRES(m_mutex);
     void WakeOrAddThread() ZQ_REQUIRES(m_mutex);
     void RunFirstTask() ZQ_REQUIRES(m_mutex);
@@ -200,8 +210,9 @@ private:
     std::list<_StruTask>* m_listTasks ZQ_PT_GUARDED_BY(m_mutex);
     bool m_bRunning;  // written under m_mutex, read by Start() before it locks
     int m_nIdleThreads ZQ_GUARDED_BY(m_mutex);
-    int m_nCapacity;  // workers alive; written under m_mutex, read without
+    int m_nCapacity;                                          // workers alive; written under m_mutex, read without
     std::list<_StruTask> m_listSpare ZQ_GUARDED_BY(m_mutex);  // nodes for m_listTasks, the one used last first
+    int m_nFork;                                              // in which process it was made
 };
 
 /// Worker threads that several owners share, with a queue of functions to run, first in first out.
@@ -340,6 +351,8 @@ public:
     void ThreadEntry(ZQThread& thread);
     /// ThreadEntry() of the pool @p pPool.
     static void ThreadProxy(ZQThread& thread, void* pPool);
+    /// In a forked child, forgets the parent's threads and tasks; every operation begins with it.
+    void AfterFork() ZQ_NO_THREAD_SAFETY_ANALYSIS;
     /// @}
 
     const int m_nMinThreads;   ///< No worker ends for idleness while not more than these are alive.
@@ -356,6 +369,7 @@ public:
     ZQMutex m_mutexTPL;  ///< Guards m_listTPLCache; no lock is taken under it.
     ZxxListInner<void*> m_listTPLCache ZQ_GUARDED_BY(m_mutexTPL);  ///< Spare nodes of the task pools' queues.
     int m_nWakes;  ///< Workers picked for a task and not signalled yet; changed by atomic additions alone.
+    int m_nFork;   ///< In which process it was made.
 };
 
 /// A queue of work. Each piece of data is handed to one callback, once, on threads of a shared pool; at most a fixed number
@@ -432,7 +446,9 @@ public:
     void Uninit(bool bDrain);
 
 private:
-    ZQTaskPoolCore* m_pCore;
+    ZQTaskPoolCore* Core();
+
+    ZQTaskPoolCore* m_pCore;  // another one in a forked child, read without a lock
 };
 
 extern "C"

@@ -351,6 +351,9 @@ private:
 /// callback may stop, start and destroy its own timer; it must not touch a timer that it has destroyed, and it must neither
 /// throw nor end its thread. What Stop() does not wait for is its caller's care: see there.
 ///
+/// In a forked child of a process with threads the module does not run, and the timers of the parent are stopped: ModuleInit()
+/// and Start() start them anew. A ModuleUninit() that belongs to the parent's ModuleInit() does nothing there.
+///
 /// A module that still runs when the library is unloaded, by `dlclose(3)` or `exit(3)`, is ended as by the last
 /// ModuleUninit(); no other thread may use timers from then on.
 /// @ingroup clocks
@@ -411,6 +414,7 @@ private:
     friend class ZQTimerGlobal;
     struct _StruShared;
 
+    void AfterFork();
     bool IsStarted();
     unsigned long DueAfter(unsigned long start) const;
 
@@ -422,6 +426,7 @@ private:
     ZQMutex m_mutex;
     _StruShared* m_pShared;
     ZQTimeMeter m_meter;  // when the timer was handed out last
+    int m_nFork;          // in which process it was made
 };
 
 #endif

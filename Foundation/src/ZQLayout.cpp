@@ -84,7 +84,8 @@ template struct Layout<ZQMutexRW, 0,
     ZQ_MEMBER(ZQMutexRW, m_attr, pthread_rwlockattr_t)>;
 template struct Layout<ZQCond, 0,
     ZQ_MEMBER(ZQCond, m_hOS, pthread_cond_t),
-    ZQ_MEMBER(ZQCond, m_attr, pthread_condattr_t)>;
+    ZQ_MEMBER(ZQCond, m_attr, pthread_condattr_t),
+    ZQ_MEMBER(ZQCond, m_nFork, int)>;
 template struct Layout<ZQProcessMutex, 0,
     ZQ_MEMBER(ZQProcessMutex, m_ZQProcessMutex, int),
     ZQ_MEMBER(ZQProcessMutex, m_mutex, ZQMutex)>;
@@ -122,7 +123,8 @@ template struct Layout<ZQThread, VTable,
     ZQ_MEMBER(ZQThread, m_pfnProc, ZQThread::ThreadFunction),
     ZQ_MEMBER(ZQThread, m_pParam, void*),
     ZQ_MEMBER(ZQThread, m_pUserData, void*),
-    ZQ_MEMBER(ZQThread, m_lThreadID, long)>;
+    ZQ_MEMBER(ZQThread, m_lThreadID, long),
+    ZQ_MEMBER(ZQThread, m_nFork, int)>;
 template struct Layout<ZQThreadPool, 0,
     ZQ_MEMBER(ZQThreadPool, m_nMinThreads, int),
     ZQ_MEMBER(ZQThreadPool, m_nMaxThreads, int),
@@ -134,7 +136,8 @@ template struct Layout<ZQThreadPool, 0,
     ZQ_MEMBER(ZQThreadPool, m_bRunning, bool),
     ZQ_MEMBER(ZQThreadPool, m_nIdleThreads, int),
     ZQ_MEMBER(ZQThreadPool, m_nCapacity, int),
-    ZQ_MEMBER(ZQThreadPool, m_listSpare, std::list<ZQThreadPool::_StruTask>)>;
+    ZQ_MEMBER(ZQThreadPool, m_listSpare, std::list<ZQThreadPool::_StruTask>),
+    ZQ_MEMBER(ZQThreadPool, m_nFork, int)>;
 template struct Layout<ZQRefThreadPool::_StruRefTask, 0,
     ZQ_MEMBER(ZQRefThreadPool::_StruRefTask, pfnTask, ZQRefThreadPool::TaskFunction),
     ZQ_MEMBER(ZQRefThreadPool::_StruRefTask, pArg, void*),
@@ -155,9 +158,11 @@ template struct Layout<ZQRefThreadPool, 0,
     ZQ_MEMBER(ZQRefThreadPool, m_nRefs, long),
     ZQ_MEMBER(ZQRefThreadPool, m_mutexTPL, ZQMutex),
     ZQ_MEMBER(ZQRefThreadPool, m_listTPLCache, AnyInner),
-    ZQ_MEMBER(ZQRefThreadPool, m_nWakes, int)>;
+    ZQ_MEMBER(ZQRefThreadPool, m_nWakes, int),
+    ZQ_MEMBER(ZQRefThreadPool, m_nFork, int)>;
 template struct Layout<ZQRefThreadPoolGlobal, 0,
-    ZQ_MEMBER(ZQRefThreadPoolGlobal, m_pObj, ZQRefThreadPool*)>;
+    ZQ_MEMBER(ZQRefThreadPoolGlobal, m_pObj, ZQRefThreadPool*),
+    ZQ_MEMBER(ZQRefThreadPoolGlobal, m_nFork, int)>;
 template struct Layout<ZQTaskPool, 0,
     ZQ_MEMBER(ZQTaskPool, m_pCore, ZQTaskPoolCore*)>;
 template struct Layout<ZQTaskPoolCore::_StruMySelf, 0,
@@ -182,6 +187,7 @@ template struct Layout<ZQTaskPoolCore, 0,
     ZQ_MEMBER(ZQTaskPoolCore, m_mutex, ZQMutex),
     ZQ_MEMBER(ZQTaskPoolCore, m_cond, ZQCond),
     ZQ_MEMBER(ZQTaskPoolCore, m_nActiveThreads, long),
+    ZQ_MEMBER(ZQTaskPoolCore, m_nFork, int),
     ZQ_MEMBER(ZQTaskPoolCore, m_stash, ZQTaskNodeStash)>;
 
 // ZQTime.h and the timers' inside
@@ -206,7 +212,8 @@ template struct Layout<ZQTimer, 0,
     ZQ_MEMBER(ZQTimer, m_pUser, void*),
     ZQ_MEMBER(ZQTimer, m_mutex, ZQMutex),
     ZQ_MEMBER(ZQTimer, m_pShared, ZQTimer::_StruShared*),
-    ZQ_MEMBER(ZQTimer, m_meter, ZQTimeMeter)>;
+    ZQ_MEMBER(ZQTimer, m_meter, ZQTimeMeter),
+    ZQ_MEMBER(ZQTimer, m_nFork, int)>;
 template struct Layout<ZQTimer::_StruShared, 0,
     ZQ_MEMBER(ZQTimer::_StruShared, mutex, ZQMutex),
     ZQ_MEMBER(ZQTimer::_StruShared, nRef, long),
@@ -223,7 +230,9 @@ template struct Layout<ZQTimerGlobal, 0,
     ZQ_MEMBER(ZQTimerGlobal, m_setTimers, std::set<ZQTimer*>),
     ZQ_MEMBER(ZQTimerGlobal, m_lstDue, ZxxListInner<ZQTimer*>),
     ZQ_MEMBER(ZQTimerGlobal, m_mutexModule, ZQMutex),
-    ZQ_MEMBER(ZQTimerGlobal, m_schedule, ZQTimerSchedule)>;
+    ZQ_MEMBER(ZQTimerGlobal, m_schedule, ZQTimerSchedule),
+    ZQ_MEMBER(ZQTimerGlobal, m_nParentInit, long),
+    ZQ_MEMBER(ZQTimerGlobal, m_nFork, int)>;
 
 // ZQRefCountedObject.h, ZQMemoryPool.h
 

@@ -1,11 +1,12 @@
 #ifndef ZQCACHEDTEXT_H
 #define ZQCACHEDTEXT_H
 
-#include "ZQRelaxed.h"
+#include "ZQFork.h"
 
 #include <cstddef>
 #include <cstring>
 #include <mutex>
+#include <new>
 #include <type_traits>
 
 /// A text that is found out once in a process and never changes or goes afterwards; an empty one is found out again. For
@@ -37,6 +38,7 @@ private:
     }
     void Publish(const char (&text)[Size])
     {
+        ZQFork::StartOver(m_nFork, [this] { new (&m_mutex) std::mutex; });
         std::lock_guard<std::mutex> lock(m_mutex);
         if (!IsPresent())
         {
@@ -48,6 +50,7 @@ private:
     static_assert(std::is_trivially_destructible<std::mutex>::value, "callers may come after the last destructor");
 
     std::mutex m_mutex;
+    int m_nFork = 0;
     char m_szText[Size] = {};
 };
 

@@ -1,10 +1,12 @@
 #include "ZQCpuSample.h"
+#include "ZQFork.h"
 #include "ZQOSApi.h"
 #include "ZQProcFile.h"
 #include "ZQProcText.h"
 
 #include <cstdio>
 #include <mutex>
+#include <new>
 
 namespace
 {
@@ -53,7 +55,9 @@ ZQCpuSampleResult TakeSample(const ZQCpuSample& sample, int64_t& percent)
 {
     static const int s_processor_count = ZQGetCPUProcessorNumber();
     static std::mutex s_mutex;  // so that none is made of the times of two calls; nobody reads or prints under it
+    static int s_nFork = 0;
     static ZQCpuSample s_last;
+    ZQFork::StartOver(s_nFork, [] { new (&s_mutex) std::mutex; });
     std::lock_guard<std::mutex> lock(s_mutex);
     return ZQTakeCpuSample(s_last, sample, s_processor_count, percent);
 }

@@ -1,6 +1,7 @@
 #include "ZQMutex.h"
 
 #include "ZQCheck.h"
+#include "ZQFork.h"
 
 #include <cassert>
 #include <cerrno>
@@ -41,7 +42,7 @@ void AssertNanoseconds(long nanoseconds)
 }
 }  // namespace
 
-ZQCond::ZQCond()
+ZQCond::ZQCond() : m_nFork(ZQFork::Number())
 {
     MutexCheck.AbortUnless(0 == pthread_condattr_init(&m_attr), "0==pthread_condattr_init(&m_attr)",
                            "ZQCond::ZQCond pthread_condattr_init fail.");
@@ -54,18 +55,27 @@ ZQCond::ZQCond()
 
 ZQCond::~ZQCond()
 {
+    AfterFork();
     pthread_cond_destroy(&m_hOS);
     pthread_condattr_destroy(&m_attr);
 }
 
+/// The platform counts waiters and waits for them, also for those that a forked child does not have.
+void ZQCond::AfterFork()
+{
+    ZQFork::StartOver(m_nFork, [this] { pthread_cond_init(&m_hOS, &m_attr); });
+}
+
 void ZQCond::Wait(ZQMutex& mutex)
 {
+    AfterFork();
     FlagReleaser released(mutex.m_nLocked);
     pthread_cond_wait(&m_hOS, &mutex.m_hOS);
 }
 
 ZQCond::CondErrno ZQCond::WaitTimeout(ZQMutex& mutex, int ms)
 {
+    AfterFork();
     timespec ts;
     clock_gettime(CLOCK_MONOTONIC, &ts);
     ts.tv_sec += ms / 1000;
@@ -91,12 +101,14 @@ ZQCond::CondErrno ZQCond::WaitTimeout(ZQMutex& mutex, int ms)
 
 void ZQCond::Signal()
 {
+    AfterFork();
     MutexCheck.AbortUnless(0 == pthread_cond_signal(&m_hOS), "0==pthread_cond_signal(&m_hOS)",
                            "ZQCond::Signal pthread_cond_signal fail.");
 }
 
 void ZQCond::Broadcast()
 {
+    AfterFork();
     // The message names Signal: programs that read reports know it so.
     MutexCheck.AbortUnless(0 == pthread_cond_broadcast(&m_hOS), "0==pthread_cond_broadcast(&m_hOS)",
                            "ZQCond::Signal pthread_cond_broadcast fail.");

@@ -1,6 +1,7 @@
 #include "ZQThreadPool.h"
 
 #include "ZQCheck.h"
+#include "ZQFork.h"
 #include "ZQMilliseconds.h"
 #include "ZQOSApi.h"
 #include "ZQRelaxed.h"
@@ -18,6 +19,15 @@ int AutomaticMaximum()
 {
     return std::clamp(2 * ZQGetCPUProcessorNumber() + 1, LeastAutomaticThreads, MostAutomaticThreads);
 }
+
+void UseNodeFunctions(ZQRefThreadPool& pool) ZQ_NO_THREAD_SAFETY_ANALYSIS
+{
+    using Pool = ZQRefThreadPool;
+    pool.m_listTasks.set_node_functions(Pool::CallocTaskNodeFromCache, Pool::FreeTaskNodeToCache,
+                                        &pool.m_listTaskCache);
+    pool.m_listTaskCache.set_node_functions(Pool::NewTaskNode, Pool::DelTaskNode, nullptr);
+    pool.m_listTPLCache.set_node_functions(Pool::NewTPLTaskNode, Pool::DelTPLTaskNode, nullptr);
+}
 }  // namespace
 
 ZQRefThreadPool* ZQRefThreadPool::Create(int nMaxThreads, int nIdleSeconds)
@@ -31,11 +41,9 @@ ZQRefThreadPool* ZQRefThreadPool::Create(int nMaxThreads, int nIdleSeconds)
 
 ZQRefThreadPool::ZQRefThreadPool(int nMinThreads, int nMaxThreads, int nIdleSeconds)
     : m_nMinThreads(nMinThreads), m_nMaxThreads(nMaxThreads), m_nIdleTimeout(ZQMillisecondsOf(nIdleSeconds)),
-      m_bRunning(true), m_nCapacity(0), m_nRefs(1), m_nWakes(0)
+      m_bRunning(true), m_nCapacity(0), m_nRefs(1), m_nWakes(0), m_nFork(ZQFork::Number())
 {
-    m_listTasks.set_node_functions(CallocTaskNodeFromCache, FreeTaskNodeToCache, &m_listTaskCache);
-    m_listTaskCache.set_node_functions(NewTaskNode, DelTaskNode, nullptr);
-    m_listTPLCache.set_node_functions(NewTPLTaskNode, DelTPLTaskNode, nullptr);
+    UseNodeFunctions(*this);
 }
 
 ZQRefThreadPool::~ZQRefThreadPool()
@@ -53,6 +61,22 @@ ZQRefThreadPool::~ZQRefThreadPool()
     m_listTasks.clear();
     m_listTaskCache.clear();
     m_listTPLCache.clear();
+}
+
+void ZQRefThreadPool::AfterFork()
+{
+    ZQFork::StartOver(m_nFork, [this]() ZQ_NO_THREAD_SAFETY_ANALYSIS {
+        new (&m_mutex) ZQMutex;
+        new (&m_mutexTPL) ZQMutex;
+        new (&m_listThreads) ZxxListInner<MyThread*>;
+        new (&m_listIdle) ZxxListInner<MyThread*>;
+        new (&m_listTasks) ZxxListInner<_StruRefTask>;
+        new (&m_listTaskCache) ZxxListInner<_StruRefTask>;
+        new (&m_listTPLCache) ZxxListInner<void*>;
+        UseNodeFunctions(*this);
+        m_nCapacity = 0;
+        m_nWakes = 0;
+    });
 }
 
 void ZQRefThreadPool::Ref()
@@ -81,11 +105,12 @@ bool ZQRefThreadPool::Start(TaskFunction pfnTask, void* pArg)
 
 int ZQRefThreadPool::GetCapacity() const
 {
-    return ZQRelaxedLoad(m_nCapacity);
+    return ZQFork::CameOver(m_nFork) ? 0 : ZQRelaxedLoad(m_nCapacity);
 }
 
 void ZQRefThreadPool::Clean(ZQTaskPoolCore* pCore, ZxxListInner<_StruRefTask>& listOut)
 {
+    AfterFork();
     ZQAutoMutex lock(m_mutex);
     for (auto it = m_listTasks.begin(); it != m_listTasks.end();)
     {
@@ -115,6 +140,7 @@ void ZQRefThreadPool::FreeCleanResult(ZxxListInner<_StruRefTask>& list)
 
 void ZQRefThreadPool::StopAll()
 {
+    AfterFork();
     ZQAutoMutex lock(m_mutex);
     ZQRelaxedStore(m_bRunning, false);
     for (auto it = m_listThreads.begin(); it != m_listThreads.end(); ++it)
@@ -126,6 +152,7 @@ void ZQRefThreadPool::StopAll()
 
 void ZQRefThreadPool::JoinAll()
 {
+    AfterFork();
     // Without the lock, which the workers need to leave; nobody changes the list after StopAll().
     for (auto it = m_listThreads.begin(); it != m_listThreads.end(); ++it)
     {

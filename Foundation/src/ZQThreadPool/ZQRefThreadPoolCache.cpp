@@ -45,6 +45,7 @@ void ZQRefThreadPool::DelTPLTaskNode(TPLTaskNode* node, void* context)
 
 ZQRefThreadPool::TPLTaskNode* ZQRefThreadPool::GetTPLTaskNode()
 {
+    AfterFork();
     ZQAutoMutex lock(m_mutexTPL);
     TPLTaskNode* pNode = ZQTakeLastNode(m_listTPLCache);
     return pNode != nullptr ? pNode : NewTPLTaskNode(nullptr);
@@ -52,6 +53,7 @@ ZQRefThreadPool::TPLTaskNode* ZQRefThreadPool::GetTPLTaskNode()
 
 void ZQRefThreadPool::FreeTPLTaskNode(TPLTaskNode* node)
 {
+    AfterFork();
     ZQAutoMutex lock(m_mutexTPL);
     ZQCacheTPLTaskNode(*this, node);
 }

@@ -1,6 +1,7 @@
 #include "ZQRefThreadPoolGlobal.h"
 
 #include "ZQCheck.h"
+#include "ZQFork.h"
 #include "ZQRelaxed.h"
 
 namespace
@@ -9,7 +10,8 @@ constexpr int AutomaticThreads = 0;
 constexpr int IdleSeconds = 120;
 }  // namespace
 
-ZQRefThreadPoolGlobal::ZQRefThreadPoolGlobal() : m_pObj(ZQRefThreadPool::Create(AutomaticThreads, IdleSeconds))
+ZQRefThreadPoolGlobal::ZQRefThreadPoolGlobal()
+    : m_pObj(ZQRefThreadPool::Create(AutomaticThreads, IdleSeconds)), m_nFork(ZQFork::Number())
 {
     ThreadPoolCheck.CrashUnless(m_pObj != nullptr, "m_pObj");
 }
@@ -19,8 +21,15 @@ ZQRefThreadPoolGlobal::~ZQRefThreadPoolGlobal()
     Cleanup();
 }
 
+/// Leaves the parent's pool alone: its workers are not here to be joined.
+void ZQRefThreadPoolGlobal::AfterFork()
+{
+    ZQFork::StartOver(m_nFork, [this] { m_pObj = nullptr; });
+}
+
 ZQRefThreadPool* ZQRefThreadPoolGlobal::Get()
 {
+    AfterFork();
     for (;;)
     {
         ZQRefThreadPool* pPool = ZQAcquireLoad(m_pObj);
@@ -40,6 +49,7 @@ ZQRefThreadPool* ZQRefThreadPoolGlobal::Get()
 
 void ZQRefThreadPoolGlobal::Cleanup()
 {
+    AfterFork();
     ZQRefThreadPool* pPool = __atomic_exchange_n(&m_pObj, nullptr, __ATOMIC_ACQ_REL);
     if (pPool != nullptr)
     {

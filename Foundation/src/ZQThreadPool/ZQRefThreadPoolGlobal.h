@@ -19,7 +19,10 @@ public:
     void Cleanup();
 
 private:
+    void AfterFork();
+
     ZQRefThreadPool* m_pObj;  // published by compare-and-exchange, read with acquire
+    int m_nFork;              // in which process it was made
 };
 
 /// The only one; defined in ZQGlobals.cpp.

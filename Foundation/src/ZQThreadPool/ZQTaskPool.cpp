@@ -25,9 +25,30 @@ ZQTaskPool::ZQTaskPool(long lMaxWaitTasks, int iThreadNums) : m_pCore(nullptr)
     m_pCore = new (std::nothrow) ZQTaskPoolCore(lMaxWaitTasks, iThreadNums);
 }
 
+/// The state; in a forked child that of a pool just made, since the parent's threads are about to go on with the other.
+ZQTaskPoolCore* ZQTaskPool::Core()
+{
+    ZQTaskPoolCore* pCore = ZQAcquireLoad(m_pCore);
+    if (pCore == nullptr || !ZQFork::CameOver(pCore->m_nFork))
+    {
+        return pCore;
+    }
+    ZQTaskPoolCore* pNew = new (std::nothrow) ZQTaskPoolCore(pCore->m_lMaxWaitTasks, pCore->m_iMaxThread);
+    if (!__atomic_compare_exchange_n(&m_pCore, &pCore, pNew, false, __ATOMIC_ACQ_REL, __ATOMIC_ACQUIRE))
+    {
+        if (pNew != nullptr)
+        {
+            pNew->m_mutex.Lock();
+            pNew->Release();
+        }
+        return pCore;  // another thread was first
+    }
+    return pNew;
+}
+
 ZQTaskPool::~ZQTaskPool()
 {
-    if (m_pCore == nullptr)
+    if (m_pCore == nullptr || ZQFork::CameOver(m_pCore->m_nFork))
     {
         return;
     }
@@ -41,12 +62,13 @@ ZQTaskPool::~ZQTaskPool()
 
 int ZQTaskPool::Init(ZQRefThreadPool* pPool, DataFunction fnTask, DataFunction fnFree, void* user)
 {
-    if (m_pCore == nullptr)
+    ZQTaskPoolCore* const pCore = Core();
+    if (pCore == nullptr)
     {
         return ResultClosed;
     }
-    ZQAutoMutex lock(m_pCore->m_mutex);
-    if (m_pCore->IsBound() || fnTask == nullptr || m_pCore->m_listFreeSlots.size() != m_pCore->m_iMaxThread)
+    ZQAutoMutex lock(pCore->m_mutex);
+    if (pCore->IsBound() || fnTask == nullptr || pCore->m_listFreeSlots.size() != pCore->m_iMaxThread)
     {
         return ResultBadInit;
     }
@@ -54,100 +76,105 @@ int ZQTaskPool::Init(ZQRefThreadPool* pPool, DataFunction fnTask, DataFunction f
     {
         pPool = ZQRefThreadPool::Global();
     }
+    pPool->AfterFork();  // before its cache of nodes is used
     pPool->Ref();
-    m_pCore->m_fnTask = fnTask;
-    m_pCore->m_fnFree = fnFree;
-    m_pCore->m_pUser = user;
-    ZQReleaseStore(m_pCore->m_pPool, pPool);
+    pCore->m_fnTask = fnTask;
+    pCore->m_fnFree = fnFree;
+    pCore->m_pUser = user;
+    ZQReleaseStore(pCore->m_pPool, pPool);
     return ResultDone;
 }
 
 bool ZQTaskPool::IsInit()
 {
-    if (m_pCore == nullptr)
+    ZQTaskPoolCore* const pCore = Core();
+    if (pCore == nullptr)
     {
         return false;
     }
-    ZQAutoMutex lock(m_pCore->m_mutex);
-    return m_pCore->IsBound() && (m_pCore->m_nStatus & ZQTaskPoolCore::StatusClosed) == 0;
+    ZQAutoMutex lock(pCore->m_mutex);
+    return pCore->IsBound() && (pCore->m_nStatus & ZQTaskPoolCore::StatusClosed) == 0;
 }
 
 bool ZQTaskPool::IsReady()
 {
-    if (m_pCore == nullptr)
+    ZQTaskPoolCore* const pCore = Core();
+    if (pCore == nullptr)
     {
         return false;
     }
-    ZQAutoMutex lock(m_pCore->m_mutex);
-    return m_pCore->IsBound() && m_pCore->m_nStatus == 0;
+    ZQAutoMutex lock(pCore->m_mutex);
+    return pCore->IsBound() && pCore->m_nStatus == 0;
 }
 
 int ZQTaskPool::Task(void* data, bool bUrgent)
 {
-    if (m_pCore == nullptr)
+    ZQTaskPoolCore* const pCore = Core();
+    if (pCore == nullptr)
     {
         return ResultClosed;
     }
-    if (ZQAcquireLoad(m_pCore->m_pPool) == nullptr)
+    if (ZQAcquireLoad(pCore->m_pPool) == nullptr)
     {
         return ResultNotInitialised;
     }
     ZQWorkerWake wake;  // before the lock, so that it wakes after it
-    ZQAutoMutex lock(m_pCore->m_mutex);
-    if (m_pCore->m_nStatus != 0)
+    ZQAutoMutex lock(pCore->m_mutex);
+    if (pCore->m_nStatus != 0)
     {
-        return (m_pCore->m_nStatus & ZQTaskPoolCore::StatusPaused) != 0 ? ResultPaused : ResultClosed;
+        return (pCore->m_nStatus & ZQTaskPoolCore::StatusPaused) != 0 ? ResultPaused : ResultClosed;
     }
-    if (m_pCore->m_lMaxWaitTasks >= 1 && m_pCore->m_listWait.size() >= m_pCore->m_lMaxWaitTasks)
+    if (pCore->m_lMaxWaitTasks >= 1 && pCore->m_listWait.size() >= pCore->m_lMaxWaitTasks)
     {
-        m_pCore->StartThread(wake);  // so that the queue drains
+        pCore->StartThread(wake);  // so that the queue drains
         return ResultFull;
     }
-    ZQProbe::TaskQueued(m_pCore, data, bUrgent);
+    ZQProbe::TaskQueued(pCore, data, bUrgent);
     if (bUrgent)
     {
-        m_pCore->m_listWait.push_front(data);
+        pCore->m_listWait.push_front(data);
     }
     else
     {
-        m_pCore->m_listWait.push_back(data);
+        pCore->m_listWait.push_back(data);
     }
-    m_pCore->StartThread(wake);
+    pCore->StartThread(wake);
     return ResultDone;
 }
 
 void ZQTaskPool::Pause(bool bDrain)
 {
-    if (m_pCore != nullptr)
+    if (ZQTaskPoolCore* const pCore = Core())
     {
-        m_pCore->StatusPause(bDrain, ZQTaskPoolCore::StatusPaused);
+        pCore->StatusPause(bDrain, ZQTaskPoolCore::StatusPaused);
     }
 }
 
 int ZQTaskPool::Resume()
 {
-    if (m_pCore == nullptr)
+    ZQTaskPoolCore* const pCore = Core();
+    if (pCore == nullptr)
     {
         return ResultClosed;
     }
-    ZQAutoMutex lock(m_pCore->m_mutex);
-    if (m_pCore->m_nStatus == 0)
+    ZQAutoMutex lock(pCore->m_mutex);
+    if (pCore->m_nStatus == 0)
     {
         return ResultDone;
     }
-    m_pCore->m_nStatus &= ~ZQTaskPoolCore::StatusPaused;
-    if (m_pCore->m_nStatus != 0)
+    pCore->m_nStatus &= ~ZQTaskPoolCore::StatusPaused;
+    if (pCore->m_nStatus != 0)
     {
         return ResultClosed;
     }
-    if (m_pCore->IsBound())
+    if (pCore->IsBound())
     {
-        const long nFree = m_pCore->m_listFreeSlots.size();
-        const long nSlots = std::min<long>(nFree, m_pCore->m_iMaxThread - m_pCore->m_nStartedSlots);
+        const long nFree = pCore->m_listFreeSlots.size();
+        const long nSlots = std::min<long>(nFree, pCore->m_iMaxThread - pCore->m_nStartedSlots);
         for (long i = 0; i < nSlots; ++i)
         {
             ZQWorkerWake wake;
-            if (!m_pCore->StartThread(wake))
+            if (!pCore->StartThread(wake))
             {
                 break;
             }
@@ -158,30 +185,31 @@ int ZQTaskPool::Resume()
 
 void ZQTaskPool::Clean()
 {
-    if (m_pCore != nullptr)
+    if (ZQTaskPoolCore* const pCore = Core())
     {
-        ZQAutoMutex lock(m_pCore->m_mutex);
-        m_pCore->Clean();
+        ZQAutoMutex lock(pCore->m_mutex);
+        pCore->Clean();
     }
 }
 
 long ZQTaskPool::GetWaitTaskCount()
 {
-    if (m_pCore == nullptr)
+    ZQTaskPoolCore* const pCore = Core();
+    if (pCore == nullptr)
     {
         return 0;
     }
-    ZQAutoMutex lock(m_pCore->m_mutex);
-    return m_pCore->m_listWait.size();
+    ZQAutoMutex lock(pCore->m_mutex);
+    return pCore->m_listWait.size();
 }
 
 void ZQTaskPool::Uninit(bool bDrain)
 {
-    if (m_pCore == nullptr)
+    ZQTaskPoolCore* const pCore = Core();
+    if (pCore == nullptr)
     {
         return;
     }
-    ZQTaskPoolCore* pCore = m_pCore;
     if (IsInit() && !pCore->StatusPause(bDrain, ZQTaskPoolCore::StatusClosed))
     {
         return;  // a task that was drained has destroyed this object, and the core with it

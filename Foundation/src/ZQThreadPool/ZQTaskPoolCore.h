@@ -2,6 +2,7 @@
 #define ZQTASKPOOLCORE_H
 
 #include "ZQCheck.h"
+#include "ZQFork.h"
 #include "ZQOSApi.h"
 #include "ZQProbe.h"
 #include "ZQRelaxed.h"
@@ -38,7 +39,7 @@ public:
     ZQTaskPoolCore(long lMaxWaitTasks, int iThreadNums)
         : m_pPool(nullptr), m_lMaxWaitTasks(lMaxWaitTasks), m_nRefs(1), m_iMaxThread(iThreadNums), m_fnTask(nullptr),
           m_fnFree(nullptr), m_pUser(nullptr), m_bPausing(false), m_bPauseDrain(false), m_nStatus(0),
-          m_nStartedSlots(0), m_lPauseThreadID(-1), m_nActiveThreads(0)
+          m_nStartedSlots(0), m_lPauseThreadID(-1), m_nActiveThreads(0), m_nFork(ZQFork::Number())
     {
         for (int i = 0; i < iThreadNums; ++i)
         {
@@ -196,6 +197,7 @@ public:
     ZQMutex m_mutex;
     ZQCond m_cond;          // pauses wait here
     long m_nActiveThreads;  // workers inside OnThreadPoolEntry(); changed by the atomic functions alone
+    const int m_nFork;      // in which process it was made; in a forked child nobody touches it any more
 
 private:
     static constexpr int WaitSliceMs = 1000;

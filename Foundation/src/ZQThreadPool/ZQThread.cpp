@@ -1,5 +1,6 @@
 #include "ZQThreadPool.h"
 
+#include "ZQFork.h"
 #include "ZQOSApi.h"
 #include "ZQRelaxed.h"
 
@@ -29,7 +30,8 @@ struct ZQThread::_StruStart
 };
 
 ZQThread::ZQThread()
-    : m_hThread(0), m_nStatus(0), m_pfnProc(nullptr), m_pParam(nullptr), m_pUserData(nullptr), m_lThreadID(-1)
+    : m_hThread(0), m_nStatus(0), m_pfnProc(nullptr), m_pParam(nullptr), m_pUserData(nullptr), m_lThreadID(-1),
+      m_nFork(ZQFork::Number())
 {
 }
 
@@ -39,8 +41,20 @@ ZQThread::~ZQThread()
     Join();
 }
 
+/// Makes the object idle in a forked child, in which the thread does not run.
+void ZQThread::AfterFork()
+{
+    ZQFork::StartOver(m_nFork, [this] {
+        new (&m_mutex) ZQMutex;
+        m_hThread = 0;
+        m_nStatus = 0;
+        m_lThreadID = -1;
+    });
+}
+
 bool ZQThread::Start(ThreadFunction fn, void* param)
 {
+    AfterFork();
     ZQAutoMutex lock(m_mutex);
     if (HasExactly(StatusRestarting, StatusRestarting))
     {
@@ -90,6 +104,7 @@ void* ZQThread::ThreadMain(void* pStart)
 
 void ZQThread::Stop()
 {
+    AfterFork();
     ZQAutoMutex lock(m_mutex);
     if (!HasExactly(StatusStarted | StatusRestarting, 0))
     {
@@ -100,6 +115,7 @@ void ZQThread::Stop()
 
 bool ZQThread::TestExit()
 {
+    AfterFork();
     ZQAutoMutex lock(m_mutex);
     if (!HasExactly(StatusStarted, StatusStarted))
     {
@@ -114,6 +130,7 @@ bool ZQThread::TestExit()
 
 void ZQThread::Suspend()
 {
+    AfterFork();
     ZQAutoMutex lock(m_mutex);
     if (HasExactly(StatusStarted | StatusStop, StatusStarted))
     {
@@ -123,6 +140,7 @@ void ZQThread::Suspend()
 
 bool ZQThread::Resume()
 {
+    AfterFork();
     ZQAutoMutex lock(m_mutex);
     ChangeStatus(StatusPaused, 0);
     if (HasExactly(StatusStarted, StatusStarted))
@@ -134,18 +152,21 @@ bool ZQThread::Resume()
 
 bool ZQThread::IsPause()
 {
+    AfterFork();
     ZQAutoMutex lock(m_mutex);
     return HasExactly(StatusStarted | StatusStop | StatusPaused, StatusStarted | StatusPaused);
 }
 
 bool ZQThread::IsRunning()
 {
+    AfterFork();
     ZQAutoMutex lock(m_mutex);
     return HasExactly(StatusStarted | StatusStop, StatusStarted);
 }
 
 void ZQThread::Join()
 {
+    AfterFork();
     ZQAutoMutex lock(m_mutex);
     if (!HasExactly(StatusStarted, StatusStarted))
     {
@@ -175,6 +196,7 @@ void ZQThread::Join()
 
 void ZQThread::JoinInner()
 {
+    AfterFork();
     const pthread_t hThread = TakeHandle();
     if (hThread != 0 && pthread_equal(hThread, pthread_self()) != 0)
     {
@@ -189,6 +211,7 @@ void ZQThread::JoinInner()
 
 void ZQThread::Detach()
 {
+    AfterFork();
     const pthread_t hThread = TakeHandle();
     if (hThread != 0)
     {
@@ -199,7 +222,7 @@ void ZQThread::Detach()
 
 long ZQThread::GetThreadID() const
 {
-    return ZQRelaxedLoad(m_lThreadID);
+    return ZQFork::CameOver(m_nFork) ? -1 : ZQRelaxedLoad(m_lThreadID);
 }
 
 long ZQThread::GetCurrentThreadID()

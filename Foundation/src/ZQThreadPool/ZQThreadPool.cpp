@@ -1,11 +1,13 @@
 #include "ZQThreadPool.h"
 
 #include "ZQCheck.h"
+#include "ZQFork.h"
 #include "ZQMilliseconds.h"
 #include "ZQRelaxed.h"
 #include "ZQTime.h"
 
 #include <algorithm>
+#include <new>
 
 namespace
 {
@@ -16,7 +18,7 @@ constexpr std::size_t MostSpareTasks = 4096;
 ZQThreadPool::ZQThreadPool(int nMinThreads, int nMaxThreads, int nIdleSeconds)
     : m_nMinThreads(nMinThreads), m_nMaxThreads(nMaxThreads), m_nIdleTimeout(ZQMillisecondsOf(nIdleSeconds)),
       m_vecThreads(new std::vector<ZQThread*>), m_listTasks(new std::list<_StruTask>), m_bRunning(true),
-      m_nIdleThreads(0), m_nCapacity(0)
+      m_nIdleThreads(0), m_nCapacity(0), m_nFork(ZQFork::Number())
 {
 }
 
@@ -32,8 +34,22 @@ ZQThreadPool::~ZQThreadPool()
     delete m_vecThreads;
 }
 
+/// Leaves the pool without threads and tasks in a forked child.
+void ZQThreadPool::AfterFork()
+{
+    ZQFork::StartOver(m_nFork, [this]() ZQ_NO_THREAD_SAFETY_ANALYSIS {
+        new (&m_mutex) ZQMutex;
+        m_vecThreads = new std::vector<ZQThread*>;
+        m_listTasks = new std::list<_StruTask>;
+        new (&m_listSpare) std::list<_StruTask>;
+        m_nIdleThreads = 0;
+        m_nCapacity = 0;
+    });
+}
+
 bool ZQThreadPool::Start(TaskFunction fn, void* arg)
 {
+    AfterFork();
     if (!ZQRelaxedLoad(m_bRunning))
     {
         return false;
@@ -51,6 +67,7 @@ bool ZQThreadPool::Start(TaskFunction fn, void* arg)
 
 bool ZQThreadPool::IsSelfThread(long threadId)
 {
+    AfterFork();
     ZQAutoMutex lock(m_mutex);
     return std::any_of(m_vecThreads->begin(), m_vecThreads->end(),
                        [threadId](const ZQThread* pThread) { return pThread->GetThreadID() == threadId; });
@@ -66,17 +83,19 @@ void ZQThreadPool::AddCapacity(int n)
 
 int ZQThreadPool::GetCapacity() const
 {
-    return ZQRelaxedLoad(m_nCapacity);
+    return ZQFork::CameOver(m_nFork) ? 0 : ZQRelaxedLoad(m_nCapacity);
 }
 
 int ZQThreadPool::GetWaits()
 {
+    AfterFork();
     ZQAutoMutex lock(m_mutex);
     return static_cast<int>(m_listTasks->size());
 }
 
 void ZQThreadPool::StopAll()
 {
+    AfterFork();
     ZQAutoMutex lock(m_mutex);
     ZQRelaxedStore(m_bRunning, false);
     for (ZQThread* pThread : *m_vecThreads)
@@ -88,6 +107,7 @@ void ZQThreadPool::StopAll()
 
 void ZQThreadPool::JoinAll()
 {
+    AfterFork();
     // Without the lock, which the workers need to leave; nobody changes the array after StopAll().
     for (ZQThread* pThread : *m_vecThreads)
     {

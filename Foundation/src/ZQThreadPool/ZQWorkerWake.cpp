@@ -14,6 +14,7 @@ ZQWorkerWake::~ZQWorkerWake()
 
 bool ZQWorkerWake::Queue(ZQRefThreadPool& pool, const ZQRefThreadPool::_StruRefTask& task)
 {
+    pool.AfterFork();
     if (!ZQRelaxedLoad(pool.m_bRunning))
     {
         return false;

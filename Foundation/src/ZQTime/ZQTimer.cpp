@@ -1,6 +1,7 @@
 #include "ZQTimerGlobal.h"
 
 #include "ZQCheck.h"
+#include "ZQFork.h"
 #include "ZQOSApi.h"
 #include "ZQProbe.h"
 #include "ZQRelaxed.h"
@@ -57,12 +58,13 @@ void ZQTimer::ModuleUninit()
 
 ZQTimer::ZQTimer(long id)
     : m_lTimerID(id), m_bStarted(false), m_nInterval(DefaultIntervalMs), m_pCallback(nullptr), m_pUser(nullptr),
-      m_pShared(new (std::nothrow) _StruShared(this))
+      m_pShared(new (std::nothrow) _StruShared(this)), m_nFork(ZQFork::Number())
 {
 }
 
 ZQTimer::~ZQTimer()
 {
+    AfterFork();
     do
     {
         Stop(true);
@@ -74,8 +76,20 @@ ZQTimer::~ZQTimer()
     }
 }
 
+/// Leaves the timer stopped in a forked child.
+void ZQTimer::AfterFork()
+{
+    ZQFork::StartOver(m_nFork, [this] {
+        new (&m_mutex) ZQMutex;
+        m_bStarted = false;
+        m_pShared = new (std::nothrow) _StruShared(this);
+        m_pCallback = m_pShared != nullptr ? m_pCallback : nullptr;
+    });
+}
+
 bool ZQTimer::Init(int intervalMs, Callback callback, void* user)
 {
+    AfterFork();
     ZQAutoMutex lock(m_mutex);
     if (callback == nullptr || intervalMs < 0 || m_pCallback != nullptr || m_pShared == nullptr)
     {
@@ -89,6 +103,7 @@ bool ZQTimer::Init(int intervalMs, Callback callback, void* user)
 
 bool ZQTimer::Start(bool fireNow)
 {
+    AfterFork();
     ZQAutoMutex lock(m_mutex);
     if (m_pCallback == nullptr)
     {
@@ -118,6 +133,7 @@ unsigned long ZQTimer::DueAfter(unsigned long start) const
 
 void ZQTimer::Stop(bool wait)
 {
+    AfterFork();
     {
         ZQAutoMutex lock(m_mutex);
         if (!m_bStarted)

@@ -1,6 +1,7 @@
 #include "ZQTimerGlobal.h"
 
 #include "ZQCheck.h"
+#include "ZQFork.h"
 #include "ZQOSApi.h"
 #include "ZQProbe.h"
 
@@ -14,19 +15,37 @@ constexpr int PoolIdleSeconds = 120;
 constexpr int UninitLine = 1295;  // the line that the documented report of one ModuleUninit() too many names
 }  // namespace
 
-ZQTimerGlobal::ZQTimerGlobal() : m_pPool(nullptr), m_nInit(0)
+ZQTimerGlobal::ZQTimerGlobal() : m_pPool(nullptr), m_nInit(0), m_nParentInit(0), m_nFork(ZQFork::Number())
 {
     m_lstDue.set_node_functions(_CallocListMangerNode, _FreeListMangerNode, nullptr);
 }
 
 ZQTimerGlobal::~ZQTimerGlobal()
 {
+    AfterFork();
     ZQAutoMutex module(m_mutexModule);
     StopThreads();
 }
 
+/// Leaves a module in a forked child that nobody has taken up, without timers.
+void ZQTimerGlobal::AfterFork()
+{
+    ZQFork::StartOver(m_nFork, [this]() ZQ_NO_THREAD_SAFETY_ANALYSIS {
+        new (&m_mutex) ZQMutex;
+        new (&m_mutexModule) ZQMutex;
+        m_pPool = nullptr;
+        m_nParentInit += m_nInit;
+        m_nInit = 0;
+        new (&m_setTimers) std::set<ZQTimer*>;
+        new (&m_schedule) ZQTimerSchedule;
+        new (&m_lstDue) ZxxListInner<ZQTimer*>;
+        m_lstDue.set_node_functions(_CallocListMangerNode, _FreeListMangerNode, nullptr);
+    });
+}
+
 bool ZQTimerGlobal::Init(int nThreads)
 {
+    AfterFork();
     ZQAutoMutex module(m_mutexModule);
     if (ZQAtomicInc(&m_nInit) > 1)
     {
@@ -57,7 +76,13 @@ bool ZQTimerGlobal::Init(int nThreads)
 
 void ZQTimerGlobal::Uninit()
 {
+    AfterFork();
     ZQAutoMutex module(m_mutexModule);
+    if (ZQAtomicGet(&m_nInit) == 0 && m_nParentInit > 0)
+    {
+        --m_nParentInit;
+        return;
+    }
     const long v = ZQAtomicDec(&m_nInit);
     TimeCheck.CrashUnless(v >= 0, "v>=0", UninitLine);
     if (v > 0)
@@ -72,11 +97,12 @@ void ZQTimerGlobal::Uninit()
 
 bool ZQTimerGlobal::IsUp() const
 {
-    return ZQAtomicGet(&m_nInit) >= 1;
+    return !ZQFork::CameOver(m_nFork) && ZQAtomicGet(&m_nInit) >= 1;
 }
 
 bool ZQTimerGlobal::Insert(ZQTimer* pTimer, unsigned long start)
 {
+    AfterFork();
     ZQAutoMutex lock(m_mutex);
     std::size_t& place = pTimer->m_pShared->place;
     place = ZQTimerSchedule::NoPlace;
@@ -98,6 +124,7 @@ bool ZQTimerGlobal::Insert(ZQTimer* pTimer, unsigned long start)
 
 void ZQTimerGlobal::Withdraw(ZQTimer* pTimer)
 {
+    AfterFork();
     ZQAutoMutex lock(m_mutex);
     if (m_setTimers.erase(pTimer) > 0)  // not after the module went down, which empties the set
     {

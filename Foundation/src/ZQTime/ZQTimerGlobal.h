@@ -67,6 +67,7 @@ private:
     static DueNode* _CallocListMangerNode(void* context);
     static void _FreeListMangerNode(DueNode* node, void* context);
 
+    void AfterFork();
     void Scan();
     void HandOut(ZQTimer* pTimer) ZQ_REQUIRES(m_mutex);
     ZQTimer* TakeDue();
@@ -82,6 +83,8 @@ private:
         m_lstDue ZQ_GUARDED_BY(m_mutex);  // handed out and not taken, the newest first; nodes of the timers
     ZQMutex m_mutexModule;                // one user takes the module up or down at a time
     ZQTimerSchedule m_schedule ZQ_GUARDED_BY(m_mutex);  // when each of m_setTimers is due
+    long m_nParentInit ZQ_GUARDED_BY(m_mutexModule);  // users from before a fork, who may give up the module once more
+    int m_nFork;                                      // in which process it was made
 };
 
 /// The only one; defined in ZQGlobals.cpp.

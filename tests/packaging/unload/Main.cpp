@@ -1,5 +1,7 @@
 #include <cstdio>
 #include <dlfcn.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
 /// Loads a module that uses the library, uses it and unloads it: the library must go, with its threads.
 int main(int, char** argv) {
@@ -14,6 +16,14 @@ int main(int, char** argv) {
         }
         if (dlopen(argv[2], RTLD_NOW | RTLD_NOLOAD) != nullptr) {
             return std::puts("the library is still there"), 1;
+        }
+        if (const pid_t child = fork()) {
+            int status = 1;
+            if (waitpid(child, &status, 0) != child || status != 0) {
+                return std::puts("a fork met what the library had left"), 1;
+            }
+        } else {
+            _exit(0);
         }
     }
     return 0;
