@@ -17,7 +17,9 @@
 /// Threads: every operation may be called from any thread, also from inside a task, unless it says otherwise. No pool
 /// holds a lock of its own while it runs a task. Nothing is ever forced: a task that never returns keeps its thread.
 ///
-/// Cancellation: a thread must not be cancelled inside any of this.
+/// Cancellation: ZQThread::TestExit(), ZQThread::Join() and a ZQThread::Start() that waits are cancellation points and
+/// leave the object usable. What else waits here, destructors included, is none: a cancellation takes effect afterwards. The
+/// workers of a pool must not be cancelled.
 ///
 /// Forks: a forked child has none of its parent's threads. If the parent ever had more than one, these objects start over in
 /// the child when it first uses or destroys them: ZQRefThreadPool::Global() makes another pool, threads are idle, pools have
@@ -93,8 +95,8 @@ public:
     bool IsRunning();
     /// Waits until the function has returned and makes the object idle. It does not ask the function to end: call Stop()
     /// first. On the thread itself it detaches instead of waiting, which it must not do while another thread joins or
-    /// restarts it; while another thread joins, it waits for that one. A cancellation point, but not for use in a thread that
-    /// is cancelled.
+    /// restarts it; while another thread joins, it waits for that one. A cancellation point: a join that is cancelled
+    /// has changed nothing.
     void Join();
     /// Lets the thread go its own way and makes the object idle. Takes no lock: not for use while another thread starts or
     /// joins this object. GetThreadID() keeps its value.
@@ -115,6 +117,7 @@ private:
 
     static void* ThreadMain(void* pStart);
     void AfterFork();
+    void JoinUnlocked() ZQ_REQUIRES(m_mutex);
     pthread_t TakeHandle();
     bool HasExactly(int nMask, int nBits) const;
     void ChangeStatus(int nClear, int nSet);

@@ -41,7 +41,15 @@ int ZQProcessMutex::Lock() ZQ_NO_THREAD_SAFETY_ANALYSIS
 {
     MutexCheck.AbortUnless(m_ZQProcessMutex != -1, "m_ZQProcessMutex!=-1", "ZQProcessMutex::Lock process mutex is -1!");
     m_mutex.Lock();  // first: record locks do not keep the threads of one process apart
-    return lockf(m_ZQProcessMutex, F_LOCK, 0);
+    try
+    {
+        return lockf(m_ZQProcessMutex, F_LOCK, 0);
+    }
+    catch (...)
+    {
+        m_mutex.Unlock();  // cancelled in the wait
+        throw;
+    }
 }
 
 bool ZQProcessMutex::TryLock() ZQ_NO_THREAD_SAFETY_ANALYSIS

@@ -3,6 +3,7 @@
 #include "ZQCheck.h"
 #include "ZQFork.h"
 #include "ZQMilliseconds.h"
+#include "ZQNoCancel.h"
 #include "ZQOSApi.h"
 #include "ZQRelaxed.h"
 #include "ZQWorkerWake.h"
@@ -48,6 +49,7 @@ ZQRefThreadPool::ZQRefThreadPool(int nMinThreads, int nMaxThreads, int nIdleSeco
 
 ZQRefThreadPool::~ZQRefThreadPool()
 {
+    const ZQNoCancel noCancel;
     StopAll();
     JoinAll();
     ZQWorkerWake::WaitForAll(*this);

@@ -1,6 +1,7 @@
 #include "ZQThreadPool.h"
 
 #include "ZQCheck.h"
+#include "ZQNoCancel.h"
 #include "ZQProbe.h"
 #include "ZQRelaxed.h"
 #include "ZQTime.h"
@@ -72,6 +73,7 @@ ZQRefThreadPool::MyThread::MyThread() = default;
 
 ZQRefThreadPool::MyThread::~MyThread()
 {
+    const ZQNoCancel noCancel;
     Stop();
     Join();
 }

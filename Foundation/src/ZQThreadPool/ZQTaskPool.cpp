@@ -187,6 +187,7 @@ void ZQTaskPool::Clean()
 {
     if (ZQTaskPoolCore* const pCore = Core())
     {
+        const ZQNoCancel noCancel;  // nothing may unwind out of the list
         ZQAutoMutex lock(pCore->m_mutex);
         pCore->Clean();
     }
@@ -214,6 +215,7 @@ void ZQTaskPool::Uninit(bool bDrain)
     {
         return;  // a task that was drained has destroyed this object, and the core with it
     }
+    const ZQNoCancel noCancel;
     ZQAutoMutex lock(pCore->m_mutex);
     pCore->Clean();
 }

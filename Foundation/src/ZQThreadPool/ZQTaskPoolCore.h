@@ -3,6 +3,7 @@
 
 #include "ZQCheck.h"
 #include "ZQFork.h"
+#include "ZQNoCancel.h"
 #include "ZQOSApi.h"
 #include "ZQProbe.h"
 #include "ZQRelaxed.h"
@@ -130,6 +131,7 @@ public:
     /// @return `false` if the core is gone: a task that this call has run has destroyed the ZQTaskPool
     bool StatusPause(bool bDrain, unsigned int nFlag) ZQ_EXCLUDES(m_mutex)
     {
+        const ZQNoCancel noCancel;  // the pause would never end for others
         const long lThreadID = ZQThread::GetCurrentThreadID();
         m_mutex.Lock();
         const bool bOwnSlot = IsBusySlot(lThreadID);
@@ -347,6 +349,7 @@ private:
     /// out and every pause in progress holds a reference.
     void Destroy() ZQ_NO_THREAD_SAFETY_ANALYSIS
     {
+        const ZQNoCancel noCancel;
         if (m_pPool != nullptr)
         {
             m_listWait.clear();  // by way of the free callback, the nodes to the shared pool, so before it is released

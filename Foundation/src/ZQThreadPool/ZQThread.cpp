@@ -1,6 +1,7 @@
 #include "ZQThreadPool.h"
 
 #include "ZQFork.h"
+#include "ZQNoCancel.h"
 #include "ZQOSApi.h"
 #include "ZQRelaxed.h"
 
@@ -19,6 +20,25 @@ enum : int
 
 constexpr int PauseSliceMs = 100;  // a lost wake-up costs a pause no more than this
 constexpr int JoinPollMs = 10;
+
+/// Gives a mutex back while it lives; it is held again afterwards also when the thread is cancelled meanwhile.
+class Unlocked
+{
+public:
+    explicit Unlocked(ZQMutex& mutex) ZQ_NO_THREAD_SAFETY_ANALYSIS : m_mutex(mutex)
+    {
+        m_mutex.Unlock();
+    }
+    ~Unlocked() ZQ_NO_THREAD_SAFETY_ANALYSIS
+    {
+        m_mutex.Lock();
+    }
+    Unlocked(const Unlocked&) = delete;
+    Unlocked& operator=(const Unlocked&) = delete;
+
+private:
+    ZQMutex& m_mutex;
+};
 }  // namespace
 
 /// What a new thread has to know; it frees it.
@@ -37,6 +57,7 @@ ZQThread::ZQThread()
 
 ZQThread::~ZQThread()
 {
+    const ZQNoCancel noCancel;
     Stop();
     Join();
 }
@@ -67,9 +88,7 @@ bool ZQThread::Start(ThreadFunction fn, void* param)
             return false;
         }
         ChangeStatus(0, StatusJoining | StatusRestarting);
-        m_mutex.Unlock();
-        JoinInner();
-        m_mutex.Lock();
+        JoinUnlocked();
     }
 
     ZQRelaxedStore(m_nStatus, static_cast<int>(StatusStarted));
@@ -181,17 +200,29 @@ void ZQThread::Join()
     {
         while (HasExactly(StatusJoining, StatusJoining))
         {
-            m_mutex.Unlock();
+            const Unlocked unlocked(m_mutex);
             ZQSleep(JoinPollMs);
-            m_mutex.Lock();
         }
         return;
     }
     ChangeStatus(0, StatusJoining);
-    m_mutex.Unlock();
-    JoinInner();
-    m_mutex.Lock();
+    JoinUnlocked();
     ZQRelaxedStore(m_nStatus, 0);
+}
+
+/// JoinInner() with the mutex released. If the calling thread is cancelled, the run is again one that nobody joins.
+void ZQThread::JoinUnlocked()
+{
+    try
+    {
+        const Unlocked unlocked(m_mutex);
+        JoinInner();
+    }
+    catch (...)
+    {
+        ChangeStatus(StatusJoining | StatusRestarting, 0);
+        throw;
+    }
 }
 
 void ZQThread::JoinInner()
@@ -204,7 +235,15 @@ void ZQThread::JoinInner()
     }
     else if (hThread != 0)
     {
-        pthread_join(hThread, nullptr);
+        try
+        {
+            pthread_join(hThread, nullptr);
+        }
+        catch (...)
+        {
+            __atomic_store_n(&m_hThread, hThread, __ATOMIC_RELAXED);  // cancelled: it is still to be joined
+            throw;
+        }
     }
     ZQRelaxedStore(m_lThreadID, -1L);
 }

@@ -3,6 +3,7 @@
 #include "ZQCheck.h"
 #include "ZQFork.h"
 #include "ZQMilliseconds.h"
+#include "ZQNoCancel.h"
 #include "ZQRelaxed.h"
 #include "ZQTime.h"
 
@@ -24,6 +25,7 @@ ZQThreadPool::ZQThreadPool(int nMinThreads, int nMaxThreads, int nIdleSeconds)
 
 ZQThreadPool::~ZQThreadPool()
 {
+    const ZQNoCancel noCancel;
     StopAll();
     JoinAll();
     for (ZQThread* pThread : *m_vecThreads)

@@ -2,6 +2,7 @@
 
 #include "ZQCheck.h"
 #include "ZQFork.h"
+#include "ZQNoCancel.h"
 #include "ZQOSApi.h"
 #include "ZQProbe.h"
 #include "ZQRelaxed.h"
@@ -64,6 +65,7 @@ ZQTimer::ZQTimer(long id)
 
 ZQTimer::~ZQTimer()
 {
+    const ZQNoCancel noCancel;
     AfterFork();
     do
     {

@@ -2,6 +2,7 @@
 
 #include "ZQCheck.h"
 #include "ZQFork.h"
+#include "ZQNoCancel.h"
 #include "ZQOSApi.h"
 #include "ZQProbe.h"
 
@@ -77,6 +78,7 @@ bool ZQTimerGlobal::Init(int nThreads)
 void ZQTimerGlobal::Uninit()
 {
     AfterFork();
+    const ZQNoCancel noCancel;
     ZQAutoMutex module(m_mutexModule);
     if (ZQAtomicGet(&m_nInit) == 0 && m_nParentInit > 0)
     {
