@@ -51,8 +51,8 @@ public:
     ZQTaskPoolCore(const ZQTaskPoolCore&) = delete;
     ZQTaskPoolCore& operator=(const ZQTaskPoolCore&) = delete;
 
-    /// The way to a node for m_listWait.
-    static ZQRefThreadPool::TPLTaskNode* CallocTPLTaskNodeFromCache(void* core)
+    /// The way to a node for m_listWait, which calls it under the lock.
+    static ZQRefThreadPool::TPLTaskNode* CallocTPLTaskNodeFromCache(void* core) ZQ_NO_THREAD_SAFETY_ANALYSIS
     {
         ZQTaskPoolCore* pThis = static_cast<ZQTaskPoolCore*>(core);
         return pThis->m_stash.Take(*pThis->m_pPool);
