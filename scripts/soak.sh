@@ -49,7 +49,7 @@ for part in "${parts[@]}"; do
             build soak-tsan tsan
             for module in "${modules[@]}" forks; do
                 for seed in 1 2 3; do
-                    run env TSAN_OPTIONS="halt_on_error=1 second_deadlock_stack=1" \
+                    run env TSAN_OPTIONS="halt_on_error=1 second_deadlock_stack=1 atexit_sleep_ms=0" \
                         build/soak-tsan/stress/zq_stress "$module" --seed "$seed" --seconds 5
                 done
                 tail -n 1 "$log"

@@ -64,14 +64,28 @@ struct Busy
     ZQThread thread;
 };
 
+/// Leaves running tasks, queued ones and timers to the end of the process, which waits for the first and drops the rest.
+void LeaveBusy()
+{
+    Demand(ZQTimer::ModuleInit(1), "the timer module cannot be taken up");
+    ZQTimer* const timer = new ZQTimer(0);
+    timer->Init(
+        0, [](ZQTimer&, void*) { Pause(500); }, nullptr);
+    timer->Start(true);
+    for (int i = 0; i < 100; ++i)
+    {
+        ZQRefThreadPool::Global()->Start([](void*, long) { Pause(500); }, nullptr);
+    }
+}
+
 #if defined(__SANITIZE_THREAD__)
 /// The sanitizer takes new threads in a child for the parent's.
-void WorkInChild()
+void WorkInChild(bool)
 {
 }
 #else
 /// A task on the child's own process-wide pool and a run of a timer of its own.
-void WorkInChild()
+void WorkInChild(bool leavesBusy)
 {
     std::atomic<int> runs{0};
     const auto count = [](void* p, void*) { ++*static_cast<std::atomic<int>*>(p); };
@@ -89,6 +103,10 @@ void WorkInChild()
     timer.Stop(true);
     pool.Uninit(true);
     ZQTimer::ModuleUninit();
+    if (leavesBusy)
+    {
+        LeaveBusy();
+    }
 }
 #endif
 }  // namespace
@@ -105,6 +123,7 @@ void StressForks(const StressOptions& options)
     {
         const bool works = chance.OneIn(2);
         const bool destroys = chance.OneIn(2);
+        const bool leavesBusy = chance.OneIn(2);
         Pause(chance.Below(500));
         const Clock::time_point start = Clock::now();
         const pid_t child = fork();
@@ -113,7 +132,7 @@ void StressForks(const StressOptions& options)
             alarm(60);
             if (works)
             {
-                WorkInChild();
+                WorkInChild(leavesBusy);
             }
             if (destroys)
             {
@@ -131,4 +150,5 @@ void StressForks(const StressOptions& options)
     std::printf(
         "forks: %zu children, all ended with 0; median %.1f ms, longest %.1f ms, %ld took longer than a second\n",
         times.size(), times[times.size() / 2], times.back(), static_cast<long>(late));
+    LeaveBusy();
 }

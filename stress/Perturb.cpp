@@ -41,7 +41,10 @@ void Perturb()
     else if (chance == 8)
     {
         const timespec time = {0, static_cast<long>((t_state >> 30) % MostNanoseconds)};
+        int before = 0;
+        pthread_setcancelstate(PTHREAD_CANCEL_DISABLE, &before);  // an operation on a mutex is no cancellation point
         clock_nanosleep(CLOCK_MONOTONIC, 0, &time, nullptr);
+        pthread_setcancelstate(before, nullptr);
     }
 }
 

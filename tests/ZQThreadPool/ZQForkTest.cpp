@@ -3,15 +3,16 @@
 #include <memory>
 #include <sys/wait.h>
 
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__) || defined(__aarch64__)
+#if defined(__SANITIZE_THREAD__)
+constexpr int Forks = 12;                       // the sanitizer waits a second at each exit
+constexpr bool ChildrenMayHaveThreads = false;  // it mistakes them for the parent's
+#else
+constexpr bool ChildrenMayHaveThreads = true;
+#if defined(__SANITIZE_ADDRESS__) || defined(__aarch64__)
 constexpr int Forks = 60;
 #else
 constexpr int Forks = 1000;
 #endif
-#if defined(__SANITIZE_THREAD__)
-constexpr bool ChildrenMayHaveThreads = false;  // the sanitizer mistakes them for the parent's
-#else
-constexpr bool ChildrenMayHaveThreads = true;
 #endif
 
 /// Children leave the memory that their parent's threads have in hand.
