@@ -185,7 +185,7 @@ template <class Make> void AddMake(const char* who, Make make) {
             const std::string top = WorkDir() + "/deep";
             std::string path = top;
             for (int level = 0; level < 30; ++level) { path += "/level" + std::to_string(level); }
-            const long rounds = bench::Scaled(300, 20);
+            const long rounds = present ? bench::Scaled(300, 20) : bench::Scaled(30, 5);
             std::filesystem::remove_all(top);
             mkdir(top.c_str(), 0777);
             bool done = !present || make(path);

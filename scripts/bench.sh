@@ -45,7 +45,7 @@ for area in "${areas[@]}"; do
             UV_THREADPOOL_SIZE=2 repetitions=$few run pools-2 pools --benchmark_filter='2 slots' ;;
         memory)  # an allocator that is loaded by name needs room for its variables of each thread
             GLIBC_TUNABLES=glibc.rtld.optional_static_tls=65536 run memory memory ;;
-        processes|growth) repetitions=$few run "$area" "$area" ;;
+        files|processes|growth) repetitions=$few run "$area" "$area" ;;
         timers) repetitions=$fewest run timers timers ;;  # real time passes
         *) run "$area" "$area" ;;
     esac
