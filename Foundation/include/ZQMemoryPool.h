@@ -77,8 +77,6 @@ public:
     static void FreeAny(void* p);
     /// Gives chunks without a block in use back to the system. Of those it keeps the oldest, as many as are needed beside the
     /// free slices of the other chunks, so @p keep is rounded up to whole chunks.
-    ///
-    /// Throws `std::bad_alloc` if there is no memory to note the chunks; then nothing has changed.
     /// @param keep  how many free slices to keep, if there are so many; 0 gives back every chunk that can be
     void ShrinkMemory(unsigned int keep);
 

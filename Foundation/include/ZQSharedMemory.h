@@ -28,7 +28,8 @@
 
 class ZQSharedMemoryImpl;
 
-/// A handle of shared memory. Constructing it only records what is wanted; Create() opens and maps.
+/// A handle of shared memory. Constructing it only records what is wanted; Create() opens and maps. Without memory even for
+/// that, it is a handle of nothing.
 ///
 /// Nothing keeps processes from being owners of one name at the same time. The later one resizes the object: where that makes it
 /// shorter, the others fault (`SIGBUS`) behind its new end. The first that goes removes the name: who comes then gets another

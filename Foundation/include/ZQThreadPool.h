@@ -148,7 +148,7 @@ public:
     /// A task: it gets its argument.
     typedef void (*TaskFunction)(void* arg);
 
-    /// Makes a pool that holds no thread yet.
+    /// Makes a pool that holds no thread yet. Throws `std::bad_alloc` without memory.
     /// @param nMinThreads   kept, without effect
     /// @param nMaxThreads   the most workers; with 0 or less tasks wait until AddCapacity()
     /// @param nIdleSeconds  kept, without effect
@@ -163,7 +163,8 @@ public:
     /// @param fn   not null; runs on some worker, without a lock of the pool held
     /// @param arg  handed to @p fn; stays the caller's
     /// @return `false` if the pool is stopped: then nothing is queued. Ends the process if a worker is wanted and the
-    ///         platform has no thread to give.
+    ///         platform has no thread, or no memory for one, to give.
+    /// @exception std::bad_alloc  no memory for the task: then nothing is queued
     bool Start(TaskFunction fn, void* arg);
     /// Whether @p threadId belongs to a worker of this pool, also to one that has ended and is not joined yet. After JoinAll()
     /// the workers have no thread, so that -1 belongs to them.

@@ -39,9 +39,11 @@ public:
     int Type() const;
 
 private:
+    bool TakePrefix(const char* dir);
+
     static constexpr size_t PathLimit = 1022;
 
-    const ZQDirStream m_stream;
+    ZQDirStream m_stream;
     const dirent* m_pEntry;
     size_t m_nPrefix;  // the directory and a separator
     bool m_bCut;
@@ -52,14 +54,22 @@ private:
 DirReader::DirReader(const char* dir)
     : m_stream(ZQOpenDirAt(AT_FDCWD, dir)), m_pEntry(nullptr), m_nPrefix(0), m_bCut(false), m_bOtherDir(false)
 {
-    if (IsOpen())
+    const bool bReady = IsOpen() && ZQUnlessNoMemory(false, [this, dir] { return TakePrefix(dir); });
+    if (!bReady && IsOpen())
     {
-        std::string prefix(dir);
-        ZQTrimSeparators(prefix);
-        m_bOtherDir = strchr(dir + prefix.size(), '\\') != nullptr;
-        prefix += '/';
-        m_nPrefix = prefix.copy(m_szPath, PathLimit);
+        m_stream.reset();
+        errno = ENOMEM;  // closing may have changed it
     }
+}
+
+bool DirReader::TakePrefix(const char* dir)
+{
+    std::string prefix(dir);
+    ZQTrimSeparators(prefix);
+    m_bOtherDir = strchr(dir + prefix.size(), '\\') != nullptr;
+    prefix += '/';
+    m_nPrefix = prefix.copy(m_szPath, PathLimit);
+    return true;
 }
 
 bool DirReader::Next()

@@ -2,8 +2,8 @@
 
 #include "ZQCachedText.h"
 #include "ZQCheck.h"
+#include "ZQOSResult.h"
 
-#include <cerrno>
 #include <cstdlib>
 #include <cstring>
 #include <unistd.h>
@@ -69,7 +69,9 @@ int ZQSetDllDir(const char* dir)
     {
         return unsetenv(SearchPathVariable) == 0 ? 0 : 1;
     }
-    const char* value = std::getenv(SearchPathVariable);
-    const std::string path = (value != nullptr ? std::string(value) + ":" : std::string()) + dir;
-    return setenv(SearchPathVariable, path.c_str(), 1) == 0 ? 0 : 1;
+    return ZQUnlessNoMemory(1, [dir] {
+        const char* value = std::getenv(SearchPathVariable);
+        const std::string path = (value != nullptr ? std::string(value) + ":" : std::string()) + dir;
+        return setenv(SearchPathVariable, path.c_str(), 1) == 0 ? 0 : 1;
+    });
 }

@@ -1,6 +1,7 @@
 #include "ZQDirChain.h"
 #include "ZQDirStream.h"
 #include "ZQOSApi.h"
+#include "ZQOSResult.h"
 
 #include <fcntl.h>
 
@@ -51,5 +52,6 @@ bool HoldsOnlyDirs(ZQDirStream top, int links)
 
 bool ZQIsFolderEmpty(const char* path)
 {
-    return path == nullptr || HoldsOnlyDirs(ZQOpenDirAt(AT_FDCWD, path), MaxLinks);
+    return path == nullptr ||
+           ZQUnlessNoMemory(false, [path] { return HoldsOnlyDirs(ZQOpenDirAt(AT_FDCWD, path), MaxLinks); });
 }

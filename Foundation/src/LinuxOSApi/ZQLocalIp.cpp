@@ -1,9 +1,9 @@
 #include "ZQOSApi.h"
 
 #include "ZQNetAddress.h"
+#include "ZQOSResult.h"
 
 #include <arpa/inet.h>
-#include <cerrno>
 #include <cstring>
 #include <memory>
 #include <netdb.h>
@@ -172,7 +172,7 @@ bool ZQGuessLocalIp(const char* remote, char* out)
     if (!GuessFromInterfaces(remote, out))
     {
         in_addr address;
-        if (inet_aton(remote, &address) != 0 || ResolveHost(remote, address))
+        if (inet_aton(remote, &address) != 0 || ZQUnlessNoMemory(false, [&] { return ResolveHost(remote, address); }))
         {
             ProbeRoute(address, out);
         }

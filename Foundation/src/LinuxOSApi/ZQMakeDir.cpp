@@ -43,14 +43,9 @@ size_t FirstLevelToMake(const std::vector<std::string>& levels)
     }
     return levels.size() - 1;
 }
-}  // namespace
 
-int ZQMakeDir(const char* path)
+int MakeDir(const char* path)
 {
-    if (path == nullptr)
-    {
-        return ZQResultInvalid;
-    }
     std::string name(path);
     ZQTrimSeparators(name);
     if (name.empty())
@@ -64,12 +59,8 @@ int ZQMakeDir(const char* path)
     return ZQResultFailed;
 }
 
-int ZQRecursiveMakeDir(const char* path)
+int RecursiveMakeDir(const char* path)
 {
-    if (path == nullptr)
-    {
-        return ZQResultInvalid;
-    }
     if (Exists(ZQMakeDir(path)))
     {
         return ZQResultDone;
@@ -88,4 +79,16 @@ int ZQRecursiveMakeDir(const char* path)
         }
     }
     return ZQResultDone;
+}
+}  // namespace
+
+int ZQMakeDir(const char* path)
+{
+    return path == nullptr ? ZQResultInvalid : ZQUnlessNoMemory<int>(ZQResultFailed, [path] { return MakeDir(path); });
+}
+
+int ZQRecursiveMakeDir(const char* path)
+{
+    return path == nullptr ? ZQResultInvalid
+                           : ZQUnlessNoMemory<int>(ZQResultFailed, [path] { return RecursiveMakeDir(path); });
 }

@@ -4,14 +4,13 @@
 #include "ZQNetAddress.h"
 #include "ZQOSResult.h"
 
+#include <algorithm>
 #include <arpa/inet.h>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <ifaddrs.h>
 #include <net/if.h>
-#include <set>
-#include <string>
 #include <sys/ioctl.h>
 #include <unistd.h>
 
@@ -153,9 +152,14 @@ struct HardwareScan
             EndWithoutRoom();  // of an empty table it is always that report
         }
     }
+    /// An interface with several addresses is in the table several times.
+    bool IsListed(const MacText& text, int count) const
+    {
+        return std::any_of(records, records + count,
+                           [&text](const ZQMacAddrRecord& record) { return std::strcmp(record.szMac, text) == 0; });
+    }
     int FillRecords(int capacity)
     {
-        std::set<std::string> seen;  // an interface with several addresses is listed several times
         int count = 0;
         for (const ifaddrs* entry = table; entry != nullptr; entry = entry->ifa_next)
         {
@@ -165,7 +169,7 @@ struct HardwareScan
             }
             MacText text;
             if (entry->ifa_name != nullptr && ReadHardwareAddress(probe, entry->ifa_name, text) &&
-                seen.insert(text).second && std::strcmp(text, NoHardwareAddress) != 0)
+                std::strcmp(text, NoHardwareAddress) != 0 && !IsListed(text, count))
             {
                 records[count].bValid = 1;
                 std::memcpy(records[count].szMac, text, sizeof(text));

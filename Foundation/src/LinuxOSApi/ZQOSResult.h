@@ -2,6 +2,7 @@
 #define ZQOSRESULT_H
 
 #include <cerrno>
+#include <new>
 
 /// The results that the operating-system functions share.
 enum ZQOSResult : int
@@ -24,6 +25,22 @@ inline ZQOSResult ZQResultOfError(int error, ZQOSResult other)
     case ENOENT: return ZQResultNotFound;
     case EINVAL: return ZQResultInvalid;
     default: return other;
+    }
+}
+
+/// The result of @p action; @p result with `errno` where it finds no memory. The flat functions tell every failure by their
+/// results, and callers in other languages could not catch an exception. Not around a caller's function, whose exceptions
+/// are the caller's.
+template <class Result, class Action> Result ZQUnlessNoMemory(Result result, Action action)
+{
+    try
+    {
+        return action();
+    }
+    catch (const std::bad_alloc&)
+    {
+        errno = ENOMEM;
+        return result;
     }
 }
 

@@ -1,5 +1,6 @@
 #include "ZQOSApi.h"
 
+#include "ZQOSResult.h"
 #include "ZQProcessSpawn.h"
 
 #include <algorithm>
@@ -109,7 +110,11 @@ long ZQOpenProcess(const char* path, bool bInheritConsole, int argc, const char*
     }
     const char* arguments[1 + MaxArguments + 1] = {path};  // the null behind the last counts too
     std::copy_n(argv, std::max(argc, 0), arguments + 1);
-    const std::string strOutput = bInheritConsole ? std::string() : ZQNohupName(path);
+    std::string strOutput;
+    if (!bInheritConsole && !ZQUnlessNoMemory(false, [&] { return strOutput = ZQNohupName(path), true; }))
+    {
+        return -1;
+    }
 
     _SetFD_CLOEXEC();
     fflush(stdout);  // what is buffered is the parent's to write, and comes before the child's messages

@@ -34,7 +34,7 @@ int ZQGetCurProcessThreadNum()
         printf("ZQGetCurProcessThreadNum() fopen() %s fail! \n", path.szText);
         return ZQResultFailed;
     }
-    return ZQReadThreadNum(file);
+    return ZQUnlessNoMemory<int>(ZQResultFailed, [&file] { return ZQReadThreadNum(file); });
 }
 
 int ZQGetCurProcessDiskIOBytes(uint64_t* readBytes, uint64_t* writeBytes)
@@ -46,6 +46,8 @@ int ZQGetCurProcessDiskIOBytes(uint64_t* readBytes, uint64_t* writeBytes)
         printf("ZQGetCurProcessDiskIOBytes() fopen() %s fail! \n", path.szText);
         return ZQResultFailed;
     }
-    ZQReadDiskIOBytes(file, readBytes, writeBytes);
-    return ZQResultDone;
+    return ZQUnlessNoMemory(ZQResultFailed, [&] {
+        ZQReadDiskIOBytes(file, readBytes, writeBytes);
+        return ZQResultDone;
+    });
 }

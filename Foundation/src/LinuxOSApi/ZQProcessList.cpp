@@ -1,5 +1,6 @@
 #include "ZQDirStream.h"
 #include "ZQOSApi.h"
+#include "ZQOSResult.h"
 
 #include <algorithm>
 #include <cstdio>
@@ -80,9 +81,11 @@ bool ZQGetAliveProcessList(const char* path, long* pids, int* count)
         printf("ZQGetAliveProcessList: The number of process %d is invalid.\n", *count);
         return false;
     }
-    Search search = {path, pids, *count, 0};
-    std::replace(search.strPath.begin(), search.strPath.end(), '\\', '/');
-    Find(search);
-    *count = search.nFound;
-    return true;
+    return ZQUnlessNoMemory(false, [&] {
+        Search search = {path, pids, *count, 0};
+        std::replace(search.strPath.begin(), search.strPath.end(), '\\', '/');
+        Find(search);
+        *count = search.nFound;
+        return true;
+    });
 }

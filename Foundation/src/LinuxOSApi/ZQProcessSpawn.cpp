@@ -2,6 +2,7 @@
 
 #include "ZQDirStream.h"
 #include "ZQOSApi.h"
+#include "ZQOSResult.h"
 
 #include <cerrno>
 #include <charconv>
@@ -164,9 +165,11 @@ int fd_reopen(int fd, const char* path, int flags, unsigned int mode)
 
 int _Mynohup(const char* path)
 {
-    const std::string strOutput = ZQNohupName(path);
-    fflush(stdout);  // what was printed before comes before what is written past the buffer
-    return ZQDetachFromConsole(strOutput.c_str());
+    return ZQUnlessNoMemory(-1, [path] {
+        const std::string strOutput = ZQNohupName(path);
+        fflush(stdout);  // what was printed before comes before what is written past the buffer
+        return ZQDetachFromConsole(strOutput.c_str());
+    });
 }
 
 void _SetFD_CLOEXEC()

@@ -102,7 +102,8 @@ int ZQForcedRemoveDir(const char* path)
     {
         return ZQResultOfError(errno, ZQResultOther);
     }
-    return RemoveContents(std::move(top)) ? ZQRemoveDir(path) : ZQResultStopped;
+    return ZQUnlessNoMemory<int>(ZQResultOther,
+                                 [&] { return RemoveContents(std::move(top)) ? ZQRemoveDir(path) : ZQResultStopped; });
 }
 
 bool RemoveDirFileCallBack(const _ZQStruFileInfo& info, void*)

@@ -8,7 +8,6 @@
 #include <climits>
 #include <cstdlib>
 #include <new>
-#include <vector>
 
 namespace
 {
@@ -132,12 +131,15 @@ ZQMemoryPool::_StruChunk* ZQMemoryPool::CallocNext(unsigned int count)
         return nullptr;  // what the pool cannot count, it does not have
     }
     void* const block = std::malloc(static_cast<std::size_t>(count) * m_nUnit + ZQMemoryPoolChunkExtra);
-    if (block == nullptr)
+    ZxxListInner<char*>::node_type* const entry = block != nullptr ? m_lstChunks.calloc_node(nullptr) : nullptr;
+    if (entry == nullptr)
     {
+        std::free(block);
         return nullptr;
     }
+    entry->data = static_cast<char*>(block);
+    m_lstChunks.link_back(entry);
     _StruChunk* const chunk = new (block) _StruChunk{nullptr, this, nullptr, static_cast<unsigned short>(count), 0, 0};
-    m_lstChunks.push_back(static_cast<char*>(block));
     AddOrdered(chunk->FirstSlice(), count, chunk);
     m_nTotal += count;
     ZQProbe::ChunkAdded(this, chunk, count);
@@ -183,29 +185,29 @@ void ZQMemoryPool::FreeAny(void* p)
 void ZQMemoryPool::ShrinkMemory(unsigned int keep)
 {
     // The slices that are free beside blocks in use stay in any case, so they count first, in whatever chunk they are.
-    std::vector<ZxxListInner<char*>::iterator> unused;
     for (auto it = m_lstChunks.begin(); it != m_lstChunks.end(); ++it)
     {
         const _StruChunk* const chunk = _StruChunk::At(*it);
-        if (chunk->nFrees == chunk->nPartition)
-        {
-            unused.push_back(it);
-        }
-        else
+        if (chunk->nFrees != chunk->nPartition)
         {
             keep -= std::min<unsigned int>(keep, chunk->nFrees);
         }
     }
-    for (const auto& it : unused)
+    for (auto it = m_lstChunks.begin(); it != m_lstChunks.end();)
     {
         _StruChunk* const chunk = _StruChunk::At(*it);
-        if (keep > 0)
+        if (chunk->nFrees != chunk->nPartition)
+        {
+            ++it;
+        }
+        else if (keep > 0)
         {
             keep -= std::min<unsigned int>(keep, chunk->nFrees);
+            ++it;
         }
         else
         {
-            m_lstChunks.erase(it);
+            it = m_lstChunks.erase(it);
             FreeChunk(chunk);
         }
     }

@@ -77,7 +77,10 @@ ZQCond::CondErrno ZQCond::WaitTimeout(ZQMutex& mutex, int ms)
 {
     AfterFork();
     timespec ts;
-    clock_gettime(CLOCK_MONOTONIC, &ts);
+    if (clock_gettime(CLOCK_MONOTONIC, &ts) != 0)
+    {
+        return CondFailed;
+    }
     ts.tv_sec += ms / 1000;
     ts.tv_nsec += ms % 1000 * 1000000L;
     AssertNanoseconds(ts.tv_nsec);

@@ -1,6 +1,23 @@
 #include "ZQSharedMemory.h"
 
+#include <new>
 #include <utility>
+
+namespace
+{
+/// An implementation, or null without memory: failures show in Create(), not in constructors.
+template <class... Arguments> ZQSharedMemoryImpl* NewImpl(Arguments... arguments)
+{
+    try
+    {
+        return new ZQSharedMemoryImpl(arguments...);
+    }
+    catch (const std::bad_alloc&)
+    {
+        return nullptr;
+    }
+}
+}  // namespace
 
 ZQSharedMemory::ZQSharedMemory() : m_pImpl(nullptr)
 {
@@ -8,12 +25,12 @@ ZQSharedMemory::ZQSharedMemory() : m_pImpl(nullptr)
 
 ZQSharedMemory::ZQSharedMemory(const char* szName, unsigned int size, EnumAccessMode mode, const void* addr,
                                bool create)
-    : m_pImpl(new ZQSharedMemoryImpl(szName, size, mode, addr, create))
+    : m_pImpl(NewImpl(szName, size, mode, addr, create))
 {
 }
 
 ZQSharedMemory::ZQSharedMemory(const char* szPath, EnumAccessMode mode, const void* addr)
-    : m_pImpl(new ZQSharedMemoryImpl(szPath, mode, addr))
+    : m_pImpl(NewImpl(szPath, mode, addr))
 {
 }
 

@@ -8,19 +8,38 @@
 #include "ZQTime.h"
 
 #include <algorithm>
+#include <memory>
 #include <new>
 
 namespace
 {
 constexpr int WaitSliceMs = 1000;
 constexpr std::size_t MostSpareTasks = 4096;
+
+/// Makes a thread object, which belongs to @p threads; null without memory.
+ZQThread* AppendThread(std::vector<ZQThread*>& threads)
+{
+    try
+    {
+        auto pThread = std::make_unique<ZQThread>();
+        threads.push_back(pThread.get());
+        return pThread.release();
+    }
+    catch (const std::bad_alloc&)
+    {
+        return nullptr;
+    }
+}
 }  // namespace
 
 ZQThreadPool::ZQThreadPool(int nMinThreads, int nMaxThreads, int nIdleSeconds)
     : m_nMinThreads(nMinThreads), m_nMaxThreads(nMaxThreads), m_nIdleTimeout(ZQMillisecondsOf(nIdleSeconds)),
-      m_vecThreads(new std::vector<ZQThread*>), m_listTasks(new std::list<_StruTask>), m_bRunning(true),
-      m_nIdleThreads(0), m_nCapacity(0), m_nFork(ZQFork::Number())
+      m_vecThreads(nullptr), m_listTasks(nullptr), m_bRunning(true), m_nIdleThreads(0), m_nCapacity(0),
+      m_nFork(ZQFork::Number())
 {
+    auto pThreads = std::make_unique<std::vector<ZQThread*>>();  // freed if there is no memory for the list
+    m_listTasks = new std::list<_StruTask>;
+    m_vecThreads = pThreads.release();
 }
 
 ZQThreadPool::~ZQThreadPool()
@@ -121,17 +140,9 @@ void ZQThreadPool::AddThread()
 {
     const auto ended =
         std::find_if(m_vecThreads->begin(), m_vecThreads->end(), [](ZQThread* p) { return !p->IsRunning(); });
-    ZQThread* pThread = nullptr;
-    if (ended != m_vecThreads->end())
-    {
-        pThread = *ended;
-    }
-    else
-    {
-        pThread = new ZQThread;
-        m_vecThreads->push_back(pThread);
-    }
-    ThreadPoolCheck.AbortUnless(pThread->Start(ThreadProxy, this), "0", "ZQThreadPool::AddThread start fail.");
+    ZQThread* const pThread = ended != m_vecThreads->end() ? *ended : AppendThread(*m_vecThreads);
+    ThreadPoolCheck.AbortUnless(pThread != nullptr && pThread->Start(ThreadProxy, this), "0",
+                                "ZQThreadPool::AddThread start fail.");
     ZQRelaxedStore(m_nCapacity, GetCapacity() + 1);
 }
 

@@ -202,10 +202,23 @@ void ZQTimerGlobal::HandOut(ZQTimer* pTimer)
     const unsigned long now = ZQDateTime::GetTickCount();
     pTimer->m_meter.Reset(now);
     m_schedule.SetDue(pTimer->m_pShared->place, pTimer->DueAfter(now));
-    if (!m_pPool->Start(ThreadPoolProxy, this))
+    if (!QueueTask())
     {
         pTimer->m_pShared->EndRun();
         m_lstDue.detach(pNode);  // the count stays; nothing here goes by it
+    }
+}
+
+/// Asks the pool for a worker. @return `false` if it takes no task, or has no memory for it
+bool ZQTimerGlobal::QueueTask()
+{
+    try
+    {
+        return m_pPool->Start(ThreadPoolProxy, this);
+    }
+    catch (const std::bad_alloc&)
+    {
+        return false;
     }
 }
 

@@ -70,6 +70,7 @@ private:
     void AfterFork();
     void Scan();
     void HandOut(ZQTimer* pTimer) ZQ_REQUIRES(m_mutex);
+    bool QueueTask() ZQ_REQUIRES(m_mutex);
     ZQTimer* TakeDue();
     void StopThreads() ZQ_REQUIRES(m_mutexModule);
     void DropDue() ZQ_REQUIRES(m_mutex);
