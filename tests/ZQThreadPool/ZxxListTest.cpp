@@ -83,4 +83,5 @@ TYPED_TEST(ZxxListTest, MisuseEndsTheProcess) {
     ExpectCrash([&] { list.push_front(1); }, "_Abort: pNode" + file + "1087\n");
     ExpectCrash([&] { *noPlace = 1; }, "_Abort: _pCurPointer" + file + "791\n");
     ExpectCrash([&] { ++noPlace; }, "_Abort: _pCurPointer" + file + "803\n");
+    ExpectCrash([&] { list.erase(noPlace); }, "_Abort: _pCurPointer" + file + "[0-9]+\n");
 }

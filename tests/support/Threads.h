@@ -13,6 +13,8 @@
 
 /// The number of calls of operator new so far, by all threads, the library's included.
 long AllocationCount();
+/// How many of them are not freed.
+long LiveAllocations();
 
 inline void SleepMs(int ms) { std::this_thread::sleep_for(std::chrono::milliseconds(ms)); }
 
