@@ -5,7 +5,7 @@ set -euo pipefail
 
 needed=(g++ cmake ninja-build uuid-dev libcli11-dev libssl-dev nlohmann-json3-dev
         systemtap-sdt-dev)
-tests=(libgtest-dev pkgconf coreutils python3)
+tests=(libgtest-dev pkgconf coreutils python3 tzdata)
 packages=(debhelper)
 interface=(abigail-tools)
 arm64=(qemu-user g++-aarch64-linux-gnu binutils-aarch64-linux-gnu libc6:arm64 libstdc++6:arm64 libgtest-dev:arm64
