@@ -4,7 +4,12 @@ namespace
 {
 struct Runner
 {
+    explicit Runner(const Deadline& end) : deadline(end)
+    {
+    }
+
     ZQThread thread;
+    const Deadline& deadline;  // who stops and joins may meet a run that another thread has begun in between
     std::atomic<int> inside{0};
     std::atomic<long> runs{0};
 
@@ -14,7 +19,7 @@ struct Runner
         Demand(runner.inside.fetch_add(1) == 0, "two runs of a thread at once");
         Demand(thread.GetThreadID() == ZQThread::GetCurrentThreadID(), "a thread does not know itself");
         ++runner.runs;
-        while (!thread.TestExit() && runner.runs % 7 != 0)
+        while (!thread.TestExit() && runner.runs % 7 != 0 && !runner.deadline.Passed())
         {
             std::this_thread::yield();
         }
@@ -42,8 +47,8 @@ void OneStep(Runner& runner, Chance& chance)
 
 void StressThreads(const StressOptions& options)
 {
-    Runner runners[3];
     const Deadline deadline(options.seconds);
+    Runner runners[3] = {Runner(deadline), Runner(deadline), Runner(deadline)};
     std::atomic<long> steps{0};
     InThreads(4, [&](int thread) {
         Chance chance(options.seed, thread);
@@ -51,6 +56,10 @@ void StressThreads(const StressOptions& options)
         {
             OneStep(runners[chance.Below(3)], chance);
             ++steps;
+        }
+        for (Runner& runner : runners)
+        {
+            runner.thread.Stop();  // a paused run, for somebody who still joins it
         }
     });
     long runs = 0;
