@@ -8,7 +8,7 @@
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
 long Allocations()
 {
-    return 0;
+    return -1;
 }
 #else
 static std::atomic<long> s_nAllocations{0};

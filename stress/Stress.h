@@ -33,7 +33,7 @@ void StressTimers(const StressOptions& options);
 
 /// Ends the process with @p text unless @p holds.
 void Demand(bool holds, const char* text);
-/// Calls of malloc and its kin so far, by all threads.
+/// Calls of malloc and its kin so far, by all threads; under a sanitizer -1.
 long Allocations();
 /// Kilobytes of the process in memory.
 long ResidentKb();

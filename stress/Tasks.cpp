@@ -4,6 +4,7 @@
 #include <memory>
 #include <mutex>
 #include <shared_mutex>
+#include <string>
 
 namespace
 {
@@ -199,8 +200,9 @@ void StressTasks(const StressOptions& options)
     Demand(ran + freed == items, "an item met no callback, or two");
     const double grown = 100.0 * static_cast<double>(most - residentBefore) / static_cast<double>(residentBefore);
     std::printf("tasks: %ld items, %ld ran, %ld freed, %ld changes; resident %ld kB after warm-up, %+.1f %% at most; "
-                "%ld allocations in %ld steady items\n",
-                items, ran, freed, field.changes.load(), residentBefore, grown, allocations.load(), items / 10);
+                "%s allocations in %ld steady items\n",
+                items, ran, freed, field.changes.load(), residentBefore, grown,
+                Allocations() < 0 ? "uncounted" : std::to_string(allocations).c_str(), items / 10);
     if (options.items > 0)
     {
         Demand(grown <= 5.0, "resident memory grows");
