@@ -59,7 +59,7 @@ public:
     }
 
     /// The way back: that of every waiting task that is removed without having run.
-    static void FreeTPLTaskNodeToCache(ZQRefThreadPool::TPLTaskNode* node, void* core)
+    static void FreeTPLTaskNodeToCache(ZQRefThreadPool::TPLTaskNode* node, void* core) ZQ_NO_THREAD_SAFETY_ANALYSIS
     {
         ZQTaskPoolCore* pThis = static_cast<ZQTaskPoolCore*>(core);
         ZQProbe::TaskRemoved(pThis, node->data);
