@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # Installs what a build needs on Debian 12, by apt, and only what is missing: silent and fast when nothing is.
-#   setup.sh [release|clang|asan|tsan|arm64|docs|bench|soak ...]     no argument: release
+#   setup.sh [release|clang|asan|tsan|arm64|docs|bench|soak|fuzz|coverage ...]     no argument: release
 set -euo pipefail
 
 needed=(g++ cmake ninja-build uuid-dev libcli11-dev libssl-dev nlohmann-json3-dev
@@ -22,6 +22,8 @@ for use in "$@"; do
         asan) needed+=("${tests[@]}" libasan8 libubsan1) ;;
         tsan) needed+=("${tests[@]}" libtsan2) ;;
         arm64) needed+=("${tests[@]}" "${packages[@]}" "${interface[@]}" "${arm64[@]}") ;;
+        fuzz) needed+=(clang libclang-rt-14-dev) ;;
+        coverage) needed+=("${tests[@]}" gcovr) ;;
         docs) needed+=(doxygen python3) ;;
         bench) needed+=("${bench[@]}") ;;
         soak) needed+=(libtsan2 util-linux) ;;
