@@ -1,5 +1,6 @@
 #include "ZQOSApi.h"
 
+#include "support/Fatal.h"
 #include "support/Threads.h"
 #include "support/WorkDir.h"
 
@@ -73,7 +74,7 @@ std::string RunDetached(const char* streams) {
             "grep -q 'SigIgn:.*[13579bdf]$' /proc/$$/status && echo ignored ) | sed \"s:$PWD/::;s:/dev/null:0:;"
             "s:/dev/pts/.*:t:;s/pipe:.*/p/;s:nohup.out:n:\" | tr -d '\\n' >report ); :";
         const char* arguments[] = {"-c", script};
-        _exit(StatusOf(ZQOpenProcess("./sh", false, 2, arguments)));
+        EndChild(StatusOf(ZQOpenProcess("./sh", false, 2, arguments)));
     }
     EXPECT_EQ(StatusOf(pid), 0);
     close(ends[1]);
