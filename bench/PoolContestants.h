@@ -22,7 +22,8 @@ inline long NumberOf(const void* pointer) { return static_cast<long>(reinterpret
 
 /// How a pool that is given its tasks one by one is given many. A full pool is tried again, as its user would.
 template <class Pool> struct PoolBase {
-    static constexpr long Share = 1;  // of a contest's tasks one in so many is run
+    static constexpr long Share = 1;               // of a contest's tasks one in so many is run
+    static constexpr bool ProducerAwaits = false;  // whether Produce() returns only when its tasks have run
 
     void Produce(long first, long count) {
         for (long i = first; i < first + count; ++i) {

@@ -123,6 +123,8 @@ struct AprPool : PoolBase<AprPool> {
 /// The threads are those of the process, UV_THREADPOOL_SIZE of them. Tasks are queued by a loop, which belongs to its thread, so
 /// every producer has its own.
 struct UvPool : PoolBase<UvPool> {
+    static constexpr bool ProducerAwaits = true;
+
     UvPool(int, long) {}
     static bool Has(int threads) {
         const char* size = std::getenv("UV_THREADPOOL_SIZE");

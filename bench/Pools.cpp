@@ -40,6 +40,13 @@ void CountTask(long number) {
     tally.count.store(tally.count.load(std::memory_order_relaxed) + 1, std::memory_order_release);
 }
 
+std::atomic<bool> gateOpen{true};
+
+void CountTaskBehindGate(long number) {
+    while (!gateOpen.load(std::memory_order_acquire)) { usleep(50); }
+    CountTask(number);
+}
+
 void NewRound() {
     for (Tally& tally : tallies) {
         tally.count = 0;
@@ -71,12 +78,17 @@ struct Contest {
 template <class Pool> bench::Outcome EmptyTasks(const Contest& contest) {
     const long count = bench::Scaled(1000000, 40000) / Pool::Share / contest.producers * contest.producers;
     const long each = count / contest.producers;
-    RunTask = CountTask;
+    // A full round first, in which no task runs before all are queued where there is no bound: so caches are as full as they
+    // will be, and threads are there.
+    RunTask = CountTaskBehindGate;
+    gateOpen = contest.bound > 0 || Pool::ProducerAwaits;
     NewRound();
     Pool pool(contest.slots, contest.bound);
     const auto produce = [&](int producer) { pool.Produce(producer * each, each); };
-    bench::RunTogether(contest.producers, produce);  // threads are started, caches are as full as they will be
+    bench::RunTogether(contest.producers, produce);
+    gateOpen = true;
     AwaitDone(count);
+    RunTask = CountTask;
     NewRound();
 
     bench::Outcome out;
