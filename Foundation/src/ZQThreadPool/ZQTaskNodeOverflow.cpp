@@ -24,7 +24,7 @@ ZQTaskNodeOverflow::Node* ZQTaskNodeOverflow::Take()
     return pNode;
 }
 
-bool ZQTaskNodeOverflow::Owns(const Node* node) const
+bool ZQTaskNodeOverflow::IsInBlocks(const Node* node) const
 {
     const std::less<const Node*> before;
     for (int i = m_nBlocks - 1; i >= 0; --i)  // most are in the last

@@ -27,7 +27,10 @@ public:
     /// A node, linked to itself; null without memory.
     Node* Take();
     /// Whether @p node comes from here.
-    bool Owns(const Node* node) const;
+    bool Owns(const Node* node) const
+    {
+        return m_nBlocks != 0 && IsInBlocks(node);
+    }
     /// Takes back a node that is in no list.
     void Put(Node* node);
     /// Gives the memory back if no node is out.
@@ -41,6 +44,7 @@ private:
     {
         return FirstBlock << nBlock;
     }
+    bool IsInBlocks(const Node* node) const;
     bool AddBlock();
     void FreeBlocks();
 

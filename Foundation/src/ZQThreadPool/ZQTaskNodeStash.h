@@ -4,10 +4,12 @@
 #include "ZQRefThreadPoolCache.h"
 #include "ZQTaskNodeOverflow.h"
 
-/// The nodes that one task pool has at hand while its tasks run, so that a task costs the lock of its own pool alone and
-/// meets a node that is still in the processor's cache. What is needed beyond them comes from the shared pool's cache, and
-/// what is too many goes there, some at a time; everything goes there when the task pool comes to rest. Nodes that the shared
-/// cache could not keep, because the queue alone has taken as many as fit there, come in blocks of the task pool's own.
+/// The nodes that one task pool has at hand while its tasks run, so that a task costs the lock of its own pool alone. What is
+/// needed beyond them comes from the shared pool's cache, and what is too many goes there, some at a time; everything goes
+/// there when the task pool comes to rest. Nodes that the shared cache could not keep, because the queue alone has taken as
+/// many as fit there, come in blocks of the task pool's own.
+///
+/// The nodes serve in turn, here as in the cache, so that a queue goes over its memory in order.
 ///
 /// Threads: under the lock of the task pool; takes the lock of the shared pool's cache.
 class ZQTaskNodeStash
@@ -15,14 +17,14 @@ class ZQTaskNodeStash
 public:
     typedef ZQRefThreadPool::TPLTaskNode Node;
 
-    ZQTaskNodeStash() : m_pFirst(nullptr), m_nKept(0), m_nRefill(1), m_nShared(0)
+    ZQTaskNodeStash() : m_apKept(), m_nOldest(0), m_nKept(0), m_nRefill(1), m_nShared(0)
     {
     }
 
     /// A node, linked to itself; null without memory.
     Node* Take(ZQRefThreadPool& pool)
     {
-        if (m_pFirst == nullptr)
+        if (m_nKept == 0)
         {
             if (m_nShared >= ZQTPLCacheBound)
             {
@@ -30,7 +32,7 @@ public:
             }
             Refill(pool);
         }
-        return m_pFirst != nullptr ? TakeFirst() : nullptr;
+        return m_nKept != 0 ? TakeOldest() : nullptr;
     }
 
     /// Keeps a node that is in no list.
@@ -51,7 +53,7 @@ public:
     /// Gives every node to the shared cache, and the memory of those that do not belong there to the system.
     void GiveBackAll(ZQRefThreadPool& pool)
     {
-        if (m_pFirst != nullptr)
+        if (m_nKept != 0)
         {
             GiveBack(pool, m_nKept);
         }
@@ -60,40 +62,36 @@ public:
     }
 
 private:
-    static constexpr int MostKept = 64;
-    static constexpr int MostAtOnce = 32;
+    static constexpr unsigned int MostKept = 64;  // a power of 2
+    static constexpr unsigned int MostAtOnce = 32;
 
     void Keep(Node* pNode)
     {
-        pNode->pNext = m_pFirst;
-        m_pFirst = pNode;
-        ++m_nKept;
+        m_apKept[(m_nOldest + m_nKept++) % MostKept] = pNode;
     }
 
-    Node* TakeFirst()
+    /// In turn, and not the one used last: that is still in the cache of the processor that has run its task.
+    Node* TakeOldest()
     {
-        Node* pNode = m_pFirst;
-        m_pFirst = pNode->pNext;
+        Node* const pNode = m_apKept[m_nOldest++ % MostKept];
         --m_nKept;
-        __builtin_prefetch(m_pFirst, 1);
-        pNode->pNext = pNode;
+        __builtin_prefetch(m_apKept[m_nOldest % MostKept], 1);
         return pNode;
     }
 
-    /// One node for whoever queues a single task, twice as many each time for whoever goes on. They are taken where they are
-    /// put, the last ones first, since their memory is at hand. Where there are none, one comes from the heap.
+    /// One node for whoever queues a single task, twice as many each time for whoever goes on. Where there are none, one comes
+    /// from the heap.
     void Refill(ZQRefThreadPool& pool)
     {
         {
             ZQAutoMutex lock(pool.m_mutexTPL);
-            while (Node* pNode = m_nKept < m_nRefill ? pool.m_listTPLCache.front_node() : nullptr)
+            while (Node* pNode = m_nKept < m_nRefill ? ZQTakeLastNode(pool.m_listTPLCache) : nullptr)
             {
-                pool.m_listTPLCache.unlink(pNode);
                 Keep(pNode);
             }
         }
         m_nRefill = m_nRefill < MostAtOnce ? m_nRefill * 2 : MostAtOnce;
-        Node* const pNew = m_pFirst == nullptr ? ZQRefThreadPool::NewTPLTaskNode(nullptr) : nullptr;
+        Node* const pNew = m_nKept == 0 ? ZQRefThreadPool::NewTPLTaskNode(nullptr) : nullptr;
         if (pNew != nullptr)
         {
             Keep(pNew);
@@ -101,20 +99,21 @@ private:
         m_nShared += m_nKept;
     }
 
-    void GiveBack(ZQRefThreadPool& pool, int nNodes)
+    void GiveBack(ZQRefThreadPool& pool, unsigned int nNodes)
     {
         m_nShared -= nNodes;
         ZQAutoMutex lock(pool.m_mutexTPL);
         for (; nNodes > 0; --nNodes)
         {
-            ZQCacheTPLTaskNode(pool, TakeFirst());
+            ZQCacheTPLTaskNode(pool, TakeOldest());
         }
     }
 
-    Node* m_pFirst;  // linked by pNext, the node used last first
-    int m_nKept;
-    int m_nRefill;   // how many the next refill takes
-    long m_nShared;  // how many are kept here or used by the queue, those of m_overflow left out
+    Node* m_apKept[MostKept];  // a ring, each linked to itself
+    unsigned int m_nOldest;
+    unsigned int m_nKept;
+    unsigned int m_nRefill;  // how many the next refill takes
+    long m_nShared;          // how many are kept here or used by the queue, those of m_overflow left out
     ZQTaskNodeOverflow m_overflow;
 };
 

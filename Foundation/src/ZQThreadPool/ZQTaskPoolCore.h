@@ -258,10 +258,6 @@ private:
     {
         ZQRefThreadPool::TPLTaskNode* pNode = m_listWait.front_node();
         m_listWait.unlink(pNode);
-        if (ZQRefThreadPool::TPLTaskNode* pNext = m_listWait.front_node())
-        {
-            __builtin_prefetch(pNext->pNext, 1);  // unlinking pNext writes there
-        }
         void* const pData = pNode->data;
         m_stash.Put(pNode, *m_pPool);
         m_mutex.Unlock();
