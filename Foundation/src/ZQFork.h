@@ -1,6 +1,7 @@
 #ifndef ZQFORK_H
 #define ZQFORK_H
 
+#include "ZQNoCancel.h"
 #include "ZQOSApi.h"
 #include "ZQRelaxed.h"
 
@@ -11,8 +12,8 @@
 /// was made, and when an operation finds another one, it first makes the object anew, over what was there and without
 /// looking at it: what the parent's threads had in hand is theirs, and its memory stays where it is.
 ///
-/// A process that never had another thread hands its objects on as they are, so that a program may set itself up first and
-/// become a daemon then.
+/// A process that never had another thread, and descends from none that had, hands its objects on as they are, so that a
+/// program may set itself up first and become a daemon then.
 class ZQFork
 {
 public:
@@ -32,7 +33,7 @@ public:
     }
 
     /// Calls @p makeAnew once if the object with the number @p nFork has come over a fork. Threads of the child that come at
-    /// the same time wait for it.
+    /// the same time wait for it. What it throws goes on to the caller, and the next call begins again.
     template <class MakeAnew> static void StartOver(int& nFork, MakeAnew makeAnew)
     {
         if (!CameOver(nFork))
@@ -40,17 +41,26 @@ public:
             return;
         }
         const int nBusy = ~Number();  // another one in each process: a fork may leave it behind
+        const ZQNoCancel noCancel;
         int nSeen = ZQAcquireLoad(nFork);
         while (nSeen != Number())
         {
             if (nSeen == nBusy)
             {
-                ZQThreadYield();
+                ZQSleep(1);
                 nSeen = ZQAcquireLoad(nFork);
             }
             else if (__atomic_compare_exchange_n(&nFork, &nSeen, nBusy, false, __ATOMIC_ACQUIRE, __ATOMIC_ACQUIRE))
             {
-                makeAnew();
+                try
+                {
+                    makeAnew();
+                }
+                catch (...)
+                {
+                    ZQReleaseStore(nFork, nSeen);
+                    throw;
+                }
                 ZQReleaseStore(nFork, Number());
                 return;
             }

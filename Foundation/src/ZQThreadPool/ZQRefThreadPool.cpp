@@ -132,6 +132,7 @@ void ZQRefThreadPool::FreeCleanResult(ZxxListInner<_StruRefTask>& list)
     {
         return;
     }
+    AfterFork();
     ZQAutoMutex lock(m_mutex);
     while (TaskNode* pNode = list.front_node())
     {

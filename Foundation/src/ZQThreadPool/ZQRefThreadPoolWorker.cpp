@@ -90,6 +90,7 @@ void ZQRefThreadPool::MyThread::Signal()
 
 void ZQRefThreadPool::AddThread()
 {
+    const ZQNoCancel noCancel;  // a worker that has ended is joined, and the task that needs one is queued already
     MyThread* pThread = FindExited(m_listThreads);
     if (pThread == nullptr)
     {

@@ -41,14 +41,17 @@ void ZQTaskNodeOverflow::Put(Node* node)
 {
     node->pNext = m_pFree;
     m_pFree = node;
-    --m_nInUse;
+    if (--m_nInUse == 0)
+    {
+        FreeBlocks(1);
+    }
 }
 
 void ZQTaskNodeOverflow::FreeIfUnused()
 {
     if (m_nInUse == 0)
     {
-        FreeBlocks();
+        FreeBlocks(0);
     }
 }
 
@@ -68,9 +71,10 @@ bool ZQTaskNodeOverflow::AddBlock()
     return true;
 }
 
-void ZQTaskNodeOverflow::FreeBlocks()
+/// Frees all blocks but the first @p nKept, whose nodes are all free.
+void ZQTaskNodeOverflow::FreeBlocks(int nKept)
 {
-    while (m_nBlocks > 0)
+    while (m_nBlocks > nKept)
     {
         delete[] m_aBlocks[--m_nBlocks];
     }

@@ -19,7 +19,7 @@ public:
     }
     ~ZQTaskNodeOverflow()
     {
-        FreeBlocks();
+        FreeBlocks(0);
     }
     ZQTaskNodeOverflow(const ZQTaskNodeOverflow&) = delete;
     ZQTaskNodeOverflow& operator=(const ZQTaskNodeOverflow&) = delete;
@@ -31,9 +31,9 @@ public:
     {
         return m_nBlocks != 0 && IsInBlocks(node);
     }
-    /// Takes back a node that is in no list.
+    /// Takes back a node that is in no list. With the last one that is out, all blocks but the first are freed.
     void Put(Node* node);
-    /// Gives the memory back if no node is out.
+    /// Frees all blocks if no node is out.
     void FreeIfUnused();
 
 private:
@@ -46,7 +46,7 @@ private:
     }
     bool IsInBlocks(const Node* node) const;
     bool AddBlock();
-    void FreeBlocks();
+    void FreeBlocks(int nKept);
 
     Node* m_aBlocks[MostBlocks];
     int m_nBlocks;

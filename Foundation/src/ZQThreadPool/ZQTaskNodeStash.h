@@ -26,11 +26,12 @@ public:
     {
         if (m_nKept == 0)
         {
-            if (m_nShared >= ZQTPLCacheBound)
+            Node* const pNode = m_nShared >= ZQTPLCacheBound ? m_overflow.Take() : nullptr;
+            if (pNode != nullptr)
             {
-                return m_overflow.Take();
+                return pNode;
             }
-            Refill(pool);
+            Refill(pool);  // there may be memory for a node where there is none for a block
         }
         return m_nKept != 0 ? TakeOldest() : nullptr;
     }

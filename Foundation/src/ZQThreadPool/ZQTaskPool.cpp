@@ -17,6 +17,15 @@ enum : int
     ResultPaused = -4,
     ResultBadInit = -5
 };
+
+/// Gives up what the child has of a core that is its parent's: the reference on the shared pool.
+void LeaveToParent(const ZQTaskPoolCore& core)
+{
+    if (ZQRefThreadPool* const pPool = ZQAcquireLoad(core.m_pPool))
+    {
+        pPool->Unref();
+    }
+}
 }  // namespace
 
 ZQTaskPool::ZQTaskPool(long lMaxWaitTasks, int iThreadNums) : m_pCore(nullptr)
@@ -43,13 +52,19 @@ ZQTaskPoolCore* ZQTaskPool::Core()
         }
         return pCore;  // another thread was first
     }
+    LeaveToParent(*pCore);
     return pNew;
 }
 
 ZQTaskPool::~ZQTaskPool()
 {
-    if (m_pCore == nullptr || ZQFork::CameOver(m_pCore->m_nFork))
+    if (m_pCore == nullptr)
     {
+        return;
+    }
+    if (ZQFork::CameOver(m_pCore->m_nFork))
+    {
+        LeaveToParent(*m_pCore);
         return;
     }
     if (IsInit())

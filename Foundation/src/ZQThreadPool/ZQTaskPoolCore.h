@@ -58,8 +58,10 @@ public:
         return pThis->m_stash.Take(*pThis->m_pPool);
     }
 
-    /// The way back: that of every waiting task that is removed without having run.
-    static void FreeTPLTaskNodeToCache(ZQRefThreadPool::TPLTaskNode* node, void* core) ZQ_NO_THREAD_SAFETY_ANALYSIS
+    /// The way back: that of every waiting task that is removed without having run. An exception of its callback ends the
+    /// process, since the list would be left half way.
+    static void
+    FreeTPLTaskNodeToCache(ZQRefThreadPool::TPLTaskNode* node, void* core) noexcept ZQ_NO_THREAD_SAFETY_ANALYSIS
     {
         ZQTaskPoolCore* pThis = static_cast<ZQTaskPoolCore*>(core);
         ZQProbe::TaskRemoved(pThis, node->data);
@@ -204,7 +206,7 @@ public:
 private:
     static constexpr int WaitSliceMs = 1000;
 
-    ZQTaskNodeStash m_stash ZQ_GUARDED_BY(m_mutex);  // empty while no slot is handed out
+    ZQTaskNodeStash m_stash ZQ_GUARDED_BY(m_mutex);  // empty while no slot is handed out and the shared pool works
 
     ~ZQTaskPoolCore() = default;
 

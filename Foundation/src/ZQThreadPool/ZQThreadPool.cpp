@@ -59,9 +59,10 @@ ZQThreadPool::~ZQThreadPool()
 void ZQThreadPool::AfterFork()
 {
     ZQFork::StartOver(m_nFork, [this]() ZQ_NO_THREAD_SAFETY_ANALYSIS {
-        new (&m_mutex) ZQMutex;
-        m_vecThreads = new std::vector<ZQThread*>;
+        auto pThreads = std::make_unique<std::vector<ZQThread*>>();
         m_listTasks = new std::list<_StruTask>;
+        m_vecThreads = pThreads.release();
+        new (&m_mutex) ZQMutex;
         new (&m_listSpare) std::list<_StruTask>;
         m_nIdleThreads = 0;
         m_nCapacity = 0;
@@ -128,6 +129,7 @@ void ZQThreadPool::StopAll()
 
 void ZQThreadPool::JoinAll()
 {
+    const ZQNoCancel noCancel;
     AfterFork();
     // Without the lock, which the workers need to leave; nobody changes the array after StopAll().
     for (ZQThread* pThread : *m_vecThreads)
@@ -138,6 +140,7 @@ void ZQThreadPool::JoinAll()
 
 void ZQThreadPool::AddThread()
 {
+    const ZQNoCancel noCancel;  // a worker that has ended is joined, and the task that needs one is queued already
     const auto ended =
         std::find_if(m_vecThreads->begin(), m_vecThreads->end(), [](ZQThread* p) { return !p->IsRunning(); });
     ZQThread* const pThread = ended != m_vecThreads->end() ? *ended : AppendThread(*m_vecThreads);

@@ -45,6 +45,6 @@ void ZQWorkerWake::WaitForAll(const ZQRefThreadPool& pool)
 {
     while (ZQAcquireLoad(pool.m_nWakes) != 0)
     {
-        ZQThreadYield();
+        ZQSleep(1);  // rather than yield, which would keep out a thread of lower priority
     }
 }
