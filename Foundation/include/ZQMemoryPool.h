@@ -60,7 +60,7 @@ public:
     ZQMemoryPool& operator=(const ZQMemoryPool&) = delete;
 
     /// Allocates adjacent slices; if no chunk has such a run, the pool grows by @p n slices or by its usual count,
-    /// whichever is greater. Ends the process if the heap has the chunk, but not the list node to keep it by.
+    /// whichever is greater.
     /// @param n  slices, 1 to 65535; a greater number would be cut to its low 16 bits on its way here
     /// @return a block to be given back by Free(); null for 0 slices, without memory, or if the pool may not grow, though
     ///         it may have @p n free slices apart from each other

@@ -128,9 +128,11 @@ extern "C"
     ///
     /// Only @p path is looked up by its path; what is in it, from the directory that holds it. So a link that somebody puts into
     /// the place of a directory meanwhile does not lead out of the tree, and neither does a directory that is moved out of it
-    /// lead to what is beside its new place. At most 17 descriptors are open at a time.
-    /// @return 0; -3 not found; -5 something in it could not be removed, or a directory was moved away meanwhile; -6 null or
-    ///         empty; -7 the directory could not be opened; -1 the directory itself could not be removed. Over `openat(2)` and
+    /// lead to what is beside its new place; what it holds may still be removed there. @p path is taken as it is named, a
+    /// backslash at its end too. At most 17 descriptors are open at a time.
+    /// @return 0; -3 not found; -5 something in it could not be removed, or a directory far above the one being emptied was
+    ///         moved away meanwhile; -6 null or empty; -7 the directory could not be opened, or memory ran out, perhaps in the
+    ///         middle; -1 the directory itself could not be removed. Over `openat(2)` and
     ///         `unlinkat(2)`.
     ZQ_API int ZQForcedRemoveDir(const char* path);
     /// @}
@@ -417,7 +419,8 @@ extern "C"
     /// @{
 
     /// @name Processes
-    /// Starting, ending and finding programs. Failures are told by a line on standard output; nothing ends the caller. An id is
+    /// Starting, ending and finding programs. Invalid arguments, and what is said below, are told by a line on standard
+    /// output; nothing ends the caller. An id is
     /// that of one process: 0, negative ones and those above `INT_MAX` are invalid.
     /// @{
 

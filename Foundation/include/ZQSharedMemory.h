@@ -7,7 +7,7 @@
 /// One process owns an object: it creates it, and removes its name when its handle goes. The others open it by the same name
 /// and size. Who has it mapped by then keeps it mapped.
 ///
-/// Failures are told by a line on standard output and by the result; nothing ends the process.
+/// Failures are told by the result and, but for want of memory, by a line on standard output; nothing ends the process.
 ///
 /// Threads: a handle and what it maps are used by one thread at a time. What processes write into the memory at the same time
 /// they have to order themselves, with ZQProcessMutex for instance.

@@ -21,11 +21,11 @@
 /// leave the object usable. What else waits here, destructors included, is none: a cancellation takes effect afterwards. The
 /// workers of a pool must not be cancelled.
 ///
-/// Forks: a forked child has none of its parent's threads. If the parent ever had more than one, these objects start over in
-/// the child when it first uses or destroys them: ZQRefThreadPool::Global() makes another pool, threads are idle, pools have
+/// Forks: a forked child has none of its parent's threads. If the parent ever had more than one, or descends from a
+/// process that had, these objects start over in the child when it first uses or destroys them: ZQRefThreadPool::Global() makes another pool, threads are idle, pools have
 /// no workers and no tasks, and a task pool is as if it were just made, to be bound again. Callbacks do not run for what
 /// the parent had queued; that and its memory is left alone. So a child may work on, call `exit(3)` or `exec`; a
-/// callback, though, that forks must not return in the child. All this is for `fork(2)` only, and for children that share no
+/// callback, though, that forks must not return in the child, and handlers of `pthread_atfork(3)` use none of this. All this is for `fork(2)` only, and for children that share no
 /// memory with their parent.
 ///
 /// @code

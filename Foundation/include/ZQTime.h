@@ -75,14 +75,13 @@ enum EnumDTFormat : int
 /// exact in such a zone, keep instants as `time_t`, calculate with those and show them with SetEpochTime(), which knows
 /// summer.
 ///
-/// The zone is that of `tzset(3)`: call that after a change of `TZ`. Where `TZ` is not set, `mktime(3)` looks at the file
-/// `/etc/localtime` in every call, which makes it many times slower: set `TZ` to `:/etc/localtime`, the same zone, in programs that
-/// do much of this.
+/// The zone is that of `tzset(3)`: call that after a change of `TZ`.
 ///
-/// Cost: the calendar is the platform's. GetEpochTime(), Assign(), parsing and the shifts by years and months are one call of
-/// `mktime(3)`, the shifts by days, hours and seconds one more of `localtime_r(3)`, and a comparison is two of `mktime(3)`.
+/// Cost: the calendar is the platform's. GetEpochTime(), Assign(), parsing (two where the first of two parts lies before 1971
+/// or after 9999 with what was there) and the shifts by years and months are one call of `mktime(3)`, the shifts by days, hours and seconds one more of `localtime_r(3)`, and a comparison is two of `mktime(3)`.
 /// Where `TZ` is not set, each `mktime(3)` of the GNU library makes a system call, to see whether /etc/localtime has
-/// changed, and takes five times as long: a program that compares or parses much sets `TZ`. Format() calls nothing.
+/// changed, and takes five times as long: a program that compares or parses much sets `TZ` to
+/// `:/etc/localtime`, which is the same zone. Format() calls nothing.
 ///
 /// Arithmetic on fields and arguments is in 32 bits and wraps.
 ///
@@ -352,7 +351,8 @@ private:
 /// throw nor end its thread. What Stop() does not wait for is its caller's care: see there.
 ///
 /// In a forked child of a process with threads the module does not run, and the timers of the parent are stopped: ModuleInit()
-/// and Start() start them anew. A ModuleUninit() that belongs to the parent's ModuleInit() does nothing there.
+/// and Start() start them anew. A ModuleUninit() that belongs to the parent's ModuleInit() does nothing
+/// there while nobody in the child has taken up the module; else it cannot be told from the child's own.
 ///
 /// A module that still runs when the library is unloaded, by `dlclose(3)` or `exit(3)`, is ended as by the last
 /// ModuleUninit(); no other thread may use timers from then on.
