@@ -3,13 +3,12 @@
 #include <memory>
 #include <sys/wait.h>
 
-#if defined(__SANITIZE_THREAD__)
-constexpr int Forks = 12;                       // the sanitizer waits a second at each exit
-constexpr bool ChildrenMayHaveThreads = false;  // it mistakes them for the parent's
+#if defined(__SANITIZE_THREAD__)  // it waits a second at each exit, and mistakes a child's threads for the parent's
+constexpr int Forks = 12;
 #else
-constexpr bool ChildrenMayHaveThreads = true;
 constexpr int Forks = 1000;
 #endif
+constexpr bool ChildrenMayHaveThreads = Forks == 1000;
 
 /// Everything that has threads, and all of it at work.
 struct Busy {

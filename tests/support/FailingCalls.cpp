@@ -223,7 +223,7 @@ std::string SweepFailures(long (*scenario)(), int error, bool locks) {
             functionsOf[text] += (functionsOf[text].empty() ? "" : " ") + functions[i].name;
         }
     }
-    std::string report = usual[0] + "\n";
-    for (const auto& [outcomes, names] : functionsOf) { report += names + outcomes + "\n"; }
-    return report;
+    std::string report = usual[0];
+    for (const auto& [outcomes, names] : functionsOf) { report += "; " + names + outcomes; }
+    return report + "\n";
 }
