@@ -51,7 +51,7 @@ const std::pair<const char*, long (*)()> scenarios[] = {
     {"ZxxListInner", [] { ZxxListInner<int> l; l.push_back(1), l.push_front(2); return l.size(); }},
     {"ZQThreadPool", [] { ZQThreadPool p(1, 1, 0); Gate g; const bool r = p.Start(ArriveAt, &g); g.WaitFor(1); return long(r); }},
     {"ZQRefThreadPool", [] { ZQRefThreadPool* const p = ZQRefThreadPool::Create(1, 0); Gate g; if (p != nullptr) { p->Start(ArriveAt, &g); g.WaitFor(1); p->Unref(); } return long(p != nullptr); }},
-    {"ZQTaskPool", [] { ZQTaskPool p(0, 2); Gate g; const int i = p.Init(nullptr, ArriveAt, nullptr, nullptr), t = p.Task(&g, false); if (t == 0) { g.WaitFor(1); } p.Uninit(true); return Digits({i, t, g.Arrivals()}); }},
+    {"ZQTaskPool", [] { ZQRefThreadPool* const s = ZQRefThreadPool::Create(1, 0); if (s == nullptr) { return -1L; } ZQTaskPool p(0, 2); Gate g; const int i = p.Init(s, ArriveAt, nullptr, nullptr), t = p.Task(&g, false); if (t == 0) { g.WaitFor(1); } p.Uninit(true), s->Unref(); return Digits({i, t, g.Arrivals()}); }},
     {"ZQThreadPoolGlobalInit", [] { ZQThreadPoolGlobalCleanup(), ZQThreadPoolGlobalInit(); return 0L; }},
     {"ZQTimer", [] { const bool up = ZQTimer::ModuleInit(1); if (!up) { return 0L; } Gate g; bool r; { ZQTimer t(1); r = t.Init(0, ArriveAt, &g) && t.Start(true); if (r) { g.WaitFor(2); } } ZQTimer::ModuleUninit(); return Digits({up, r}); }},
     {"ZQDateTime", [] { ZQDateTime d(2024, 1, 2, 3, 4, 5, 6); return Digits({d.GetLocalTime(), d.Assign(2024, 1, 2, 3, 4, 5, 6), d.SetEpochTime(0), d.AddDays(1), d.AddYears(1), d.AddMonths(1), d.SetFromFormat("2024-01-02 03:04:05")}); }},
