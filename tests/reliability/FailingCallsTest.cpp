@@ -42,7 +42,7 @@ constexpr char longName[] = "./a name that is too long for a string without memo
 
 // By name; what is to come of each stands in FailingCalls.txt.
 const std::pair<const char*, long (*)()> scenarios[] = {
-    // clang-format off: a line each
+    // clang-format off
     {"locks: ZQMutex", [] { ZQMutex m; m.Lock(), m.Unlock(); const bool got = m.TryLock(); if (got) { m.Unlock(); } return long(got); }},
     {"locks: ZQMutexRW", [] { ZQMutexRW m; m.LockRead(), m.Unlock(), m.LockWrite(), m.UnlockWrite(); return 0L; }},
     {"locks: ZQCond", [] { ZQMutex m; ZQCond c; m.Lock(), c.Signal(), c.Broadcast(); const int r = c.WaitTimeout(m, 0); const bool held = !m.TryLock(); m.Unlock(); return held ? r : 9L; }},
