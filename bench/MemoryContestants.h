@@ -118,35 +118,39 @@ struct Loaded {
     }
 };
 
-struct Jemalloc {
+/// An allocator called through the pointers of @p Module, which says where they come from.
+template <class Module> struct LoadedAllocator {
     static constexpr bool Runs = true;
-    static const Loaded& Module() {
+    static bool Has() { return Module::Get().give != nullptr; }
+    void* (*const take)(std::size_t) = Module::Get().take;
+    void (*const give)(void*) = Module::Get().give;
+    void* Take(unsigned n) { return take(n * Unit); }
+    void Give(void* block, unsigned) { give(block); }
+};
+
+struct JemallocModule {
+    static const Loaded& Get() {
         static const Loaded module("libjemalloc.so.2", "malloc", "free");
         return module;
     }
-    static bool Has() { return Module().give != nullptr; }
-    void* (*const take)(std::size_t) = Module().take;
-    void (*const give)(void*) = Module().give;
-    void* Take(unsigned n) { return take(n * Unit); }
-    void Give(void* block, unsigned) { give(block); }
+};
+
+struct Jemalloc : LoadedAllocator<JemallocModule> {
     void Trim() {
-        Module().control("thread.tcache.flush", nullptr, nullptr, nullptr, 0);
-        Module().control("arena.4096.purge", nullptr, nullptr, nullptr, 0);  // 4096: all arenas
+        JemallocModule::Get().control("thread.tcache.flush", nullptr, nullptr, nullptr, 0);
+        JemallocModule::Get().control("arena.4096.purge", nullptr, nullptr, nullptr, 0);  // 4096: all arenas
     }
 };
 
-struct Mimalloc {
-    static constexpr bool Runs = true;
-    static const Loaded& Module() {
+struct MimallocModule {
+    static const Loaded& Get() {
         static const Loaded module("libmimalloc.so.2", "mi_malloc", "mi_free");
         return module;
     }
-    static bool Has() { return Module().give != nullptr; }
-    void* (*const take)(std::size_t) = Module().take;
-    void (*const give)(void*) = Module().give;
-    void* Take(unsigned n) { return take(n * Unit); }
-    void Give(void* block, unsigned) { give(block); }
-    void Trim() { Module().collect(true); }
+};
+
+struct Mimalloc : LoadedAllocator<MimallocModule> {
+    void Trim() { MimallocModule::Get().collect(true); }
 };
 
 #endif
