@@ -228,6 +228,7 @@ void bench::Register() {
     AddGrowth<OurPool<true, 256>>("ZQMemoryPool, ordered");
     AddRuns<OurPool<true, 256>>("ZQMemoryPool, ordered");
     AddSingle<FreeList>("floor: free list");
+    AddSingle<SharedFreeList>("free list behind calls");
     AddGrowth<FreeList>("floor: free list");
     AddSingle<Glibc>("glibc malloc");
     AddGrowth<Glibc>("glibc malloc");

@@ -4,6 +4,7 @@
 /// Allocators of blocks of `Unit` bytes, and of runs of such blocks, behind one face: Take(n), Give(block, n), Trim().
 
 #include "Bench.h"
+#include "FreeList.h"
 
 #include <ZQMemoryPool.h>
 
@@ -16,8 +17,6 @@
 #include <boost/pool/pool.hpp>
 #endif
 
-constexpr unsigned Unit = 64;
-
 /// `Ordered` keeps runs of free slices together, `Chunk` slices are taken from the system at a time.
 template <bool Ordered, unsigned Chunk> struct OurPool {
     static constexpr bool Runs = true;
@@ -26,40 +25,6 @@ template <bool Ordered, unsigned Chunk> struct OurPool {
     void* Take(unsigned n) { return pool.Malloc(static_cast<unsigned short>(n)); }
     void Give(void* block, unsigned) { pool.Free(block); }
     void Trim() { pool.ShrinkMemory(0); }
-};
-
-/// The floor: a list through the free blocks themselves, and nothing else. It knows no runs and gives nothing back.
-struct FreeList {
-    static constexpr bool Runs = false;
-    static constexpr std::size_t Chunk = 256;
-    static bool Has() { return true; }
-    struct Free {
-        Free* next;
-    };
-    Free* first = nullptr;
-    std::vector<void*> chunks;
-    ~FreeList() {
-        for (void* chunk : chunks) { std::free(chunk); }
-    }
-    void Grow() {
-        char* const chunk = static_cast<char*>(std::malloc(Chunk * Unit));
-        chunks.push_back(chunk);
-        for (std::size_t i = Chunk; i-- > 0;) { Give(chunk + i * Unit, 1); }
-    }
-    void* Take(unsigned) {
-        if (first == nullptr) {
-            Grow();
-        }
-        Free* const block = first;
-        first = block->next;
-        return block;
-    }
-    void Give(void* block, unsigned) {
-        Free* const free = static_cast<Free*>(block);
-        free->next = first;
-        first = free;
-    }
-    void Trim() {}
 };
 
 struct Glibc {
