@@ -38,6 +38,9 @@
 /// | `false`   | constant time                     | need not be found: the list gets out of order, and the pool grows |
 /// | `true`    | goes over the chunk's free slices | are always found                                                  |
 ///
+/// A single block that is freed and not followed by another is kept as it is for the next allocation, where that would get
+/// it anyway: to replace a block by another one costs least.
+///
 /// Freeing several slices goes over the chunk's free slices in either case. An ordered pool starts at what it took back last,
 /// if that is still free and lies before them in the chunk, so a queue that frees in the order of allocation pays nothing
 /// for the order. So take `true` where blocks of several slices are mixed with single ones, and chunks of a moderate size.
@@ -96,20 +99,21 @@ public:
 
 private:
     struct _StruChunk;
-    struct _StruFreeSlice;
-    struct _StruBlock;
+    struct _StruSlice;
 
     _StruChunk* CallocNext(unsigned int count);
     void* MallocRun(unsigned short n);
     void* MallocN(unsigned short n);
     void* TakeFrom(_StruChunk** link, unsigned short n);
     void* ChunckMallocSliceN(_StruChunk* chunk, unsigned short n);
-    _StruFreeSlice* TryMallocN(_StruFreeSlice**& cursor, unsigned short n) const;
+    _StruSlice* TryMallocN(_StruSlice**& cursor, unsigned short n) const;
     bool IsNext(const void* slice, const void* next) const;
-    _StruFreeSlice* Segregate(void* p, unsigned int n, _StruFreeSlice* tail) const;
-    static _StruFreeSlice* FindPrev(_StruFreeSlice* head, const void* p);
-    _StruFreeSlice* StartFor(const void* p, _StruChunk* chunk) const;
+    _StruSlice* Segregate(void* p, unsigned int n, _StruSlice* tail) const;
+    static _StruSlice* FindPrev(_StruSlice* head, const void* p);
+    _StruSlice* StartFor(const void* p, _StruChunk* chunk) const;
     void AddOrdered(void* p, unsigned int n, void* chunk);
+    void FreeOther(_StruSlice* slice);
+    void PutBack();
     void FreeChunk(_StruChunk* chunk);
 
     unsigned int m_nUnit;  // bytes from one slice to the next; 0 if they do not fit
@@ -121,7 +125,10 @@ private:
     ZxxListInner<char*> m_lstChunks;  // all chunks, the oldest first
     unsigned int m_nFree;
     _StruChunk* m_pFreeChunks;  // those with a free slice, the last to get one first
-    void* m_pLastFreed;         // a free slice in an ordered list, to look for the next one's place from; may be null
+    void* m_pLastFreed;         // a slice in an ordered list, to look for the next one's place from if it is still free
+    // A block that was freed and that the next call takes as it is, so that neither touches its chunk; or null. The pool
+    // itself: nothing, and nothing will be kept before the next allocation, for blocks are freed one after the other.
+    void* m_pKept;
 };
 
 #endif

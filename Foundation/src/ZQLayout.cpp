@@ -248,17 +248,18 @@ template struct Layout<ZQMemoryPool, 0,
     ZQ_MEMBER(ZQMemoryPool, m_lstChunks, ZxxListInner<char*>),
     ZQ_MEMBER(ZQMemoryPool, m_nFree, unsigned int),
     ZQ_MEMBER(ZQMemoryPool, m_pFreeChunks, ZQMemoryPool::_StruChunk*),
-    ZQ_MEMBER(ZQMemoryPool, m_pLastFreed, void*)>;
+    ZQ_MEMBER(ZQMemoryPool, m_pLastFreed, void*),
+    ZQ_MEMBER(ZQMemoryPool, m_pKept, void*)>;
 template struct Layout<ZQMemoryPool::_StruChunk, 0,
     ZQ_MEMBER(ZQMemoryPool::_StruChunk, pNext, ZQMemoryPool::_StruChunk*),
     ZQ_MEMBER(ZQMemoryPool::_StruChunk, pPool, ZQMemoryPool*),
-    ZQ_MEMBER(ZQMemoryPool::_StruChunk, pFree, ZQMemoryPool::_StruFreeSlice*),
+    ZQ_MEMBER(ZQMemoryPool::_StruChunk, pFree, ZQMemoryPool::_StruSlice*),
     ZQ_MEMBER(ZQMemoryPool::_StruChunk, nPartition, unsigned short),
     ZQ_MEMBER(ZQMemoryPool::_StruChunk, nFrees, unsigned short),
     ZQ_MEMBER(ZQMemoryPool::_StruChunk, nMissing, unsigned int)>;
-template struct Layout<ZQMemoryPool::_StruBlock, 0,
-    ZQ_MEMBER(ZQMemoryPool::_StruBlock, pChunk, ZQMemoryPool::_StruChunk*),
-    ZQ_MEMBER(ZQMemoryPool::_StruBlock, nSlices, unsigned short)>;
+template struct Layout<ZQMemoryPool::_StruSlice, 0,
+    ZQ_MEMBER(ZQMemoryPool::_StruSlice, pChunk, ZQMemoryPool::_StruChunk*),
+    ZQ_MEMBER(ZQMemoryPool::_StruSlice, nSlices, unsigned short)>;
 
 // ZQOSApi.h, ZQSharedMemory.h
 

@@ -26,7 +26,7 @@ unsigned int UnitOf(std::size_t sliceSize)
 ZQMemoryPool::ZQMemoryPool(unsigned int sliceSize, unsigned int nextCount, unsigned int maxCount, bool ordered)
     : m_nUnit(UnitOf(sliceSize)), m_nSliceSize(sliceSize), m_nNextCount(nextCount != 0 ? nextCount : DefaultNextCount),
       m_nMaxCount(maxCount != 0 ? std::max(maxCount, nextCount) : 0), m_bOrdered(ordered), m_nTotal(0), m_nFree(0),
-      m_pFreeChunks(nullptr), m_pLastFreed(nullptr)
+      m_pFreeChunks(nullptr), m_pLastFreed(nullptr), m_pKept(nullptr)
 {
 }
 
@@ -41,29 +41,40 @@ ZQMemoryPool::~ZQMemoryPool()
 
 void* ZQMemoryPool::Malloc(unsigned short n)
 {
-    // A single slice is the first one of the first chunk, without a search. A chunk is listed only while it has one.
-    _StruChunk* const chunk = m_pFreeChunks;
-    if (__builtin_expect(n != 1 || chunk == nullptr || m_nFree == 0, 0))
+    if (__builtin_expect(n != 1, 0))
     {
         return MallocRun(n);
     }
-    _StruFreeSlice* const slice = chunk->pFree;
-    chunk->pFree = slice->pNext;
-    if (slice == m_pLastFreed)
+    void* const kept = m_pKept;
+    if (kept != nullptr)
     {
-        m_pLastFreed = nullptr;
+        m_pKept = nullptr;
+        if (kept != this)
+        {
+            return kept;
+        }
     }
+    // A single slice is the first one of the first chunk, without a search. A chunk is listed only while it has one.
+    _StruChunk* const chunk = m_pFreeChunks;
+    if (__builtin_expect(chunk == nullptr, 0))
+    {
+        return MallocRun(1);
+    }
+    _StruSlice* const slice = chunk->pFree;
+    chunk->pFree = slice->pNext;
     --m_nFree;
     if (--chunk->nFrees == 0)
     {
         _StruChunk::Unlist(&m_pFreeChunks);
     }
-    return (new (slice) _StruBlock{chunk, 1})->Memory();
+    slice->pChunk = chunk;
+    return slice->Memory();
 }
 
 /// What Malloc() does, for any @p n.
 void* ZQMemoryPool::MallocRun(unsigned short n)
 {
+    PutBack();
     if (n == 0 || m_nUnit == 0)
     {
         return nullptr;
@@ -152,38 +163,62 @@ void ZQMemoryPool::Free(void* p)
     {
         return;
     }
-    const _StruBlock* const block = _StruBlock::Of(p);
-    _StruChunk* const chunk = block->pChunk;
-    void* const slice = static_cast<char*>(p) - ZQMemoryPoolSliceHeader;
-    const unsigned int frees = chunk->nFrees;
-    // A single slice that goes to the start of the list, which is its place in order too if it lies before the others.
-    const bool atStart = !m_bOrdered || chunk->pFree == nullptr || slice < chunk->pFree;
-    if (__builtin_expect(block->nSlices != 1 || !atStart || frees >= chunk->nPartition, 0))
+    _StruSlice* const slice = _StruSlice::Of(p);
+    _StruChunk* const chunk = slice->pChunk;
+    _StruSlice* const next = chunk->pFree;
+    if (__builtin_expect(slice->nSlices == 1 && chunk->nFrees < chunk->nPartition, 1))
     {
-        AddOrdered(slice, block->nSlices, chunk);
-        return;
+        // Whether its place is the start of the list, which in order it is only if it lies before the others.
+        const auto atStart = [&] { return !m_bOrdered || slice < next; };
+        if (m_pKept == nullptr && (next == nullptr || (chunk == m_pFreeChunks && atStart())))
+        {
+            m_pKept = p;
+            return;
+        }
+        if (m_pKept == this && next != nullptr && atStart() && chunk->nMissing == 0)
+        {
+            slice->pNext = next;
+            chunk->pFree = slice;
+            ++chunk->nFrees;
+            ++m_nFree;
+            return;
+        }
     }
-    if (chunk->pFree == nullptr)
+    FreeOther(slice);
+}
+
+/// What Free() does where there is more to do. Inside Free() it would cost every call the saving of registers.
+__attribute__((noinline)) void ZQMemoryPool::FreeOther(_StruSlice* slice)
+{
+    PutBack();
+    const bool single = slice->nSlices == 1;
+    AddOrdered(slice, slice->nSlices, slice->pChunk);
+    m_pKept = single ? this : nullptr;
+}
+
+/// Puts the slice that Free() has kept where it belongs.
+void ZQMemoryPool::PutBack()
+{
+    void* const kept = m_pKept;
+    m_pKept = nullptr;
+    if (kept != nullptr && kept != this)
     {
-        chunk->pNext = m_pFreeChunks;
-        m_pFreeChunks = chunk;
+        _StruSlice* const slice = _StruSlice::Of(kept);
+        AddOrdered(slice, 1, slice->pChunk);
     }
-    chunk->NoteRun(1, 1);
-    chunk->pFree = new (slice) _StruFreeSlice{chunk->pFree};
-    chunk->nFrees = static_cast<unsigned short>(frees + 1);
-    ++m_nFree;
 }
 
 void ZQMemoryPool::FreeAny(void* p)
 {
     if (p != nullptr)
     {
-        _StruBlock::Of(p)->pChunk->pPool->Free(p);
+        _StruSlice::Of(p)->pChunk->pPool->Free(p);
     }
 }
 
 void ZQMemoryPool::ShrinkMemory(unsigned int keep)
 {
+    PutBack();
     // The slices that are free beside blocks in use stay in any case, so they count first, in whatever chunk they are.
     for (auto it = m_lstChunks.begin(); it != m_lstChunks.end(); ++it)
     {
@@ -247,7 +282,7 @@ unsigned int ZQMemoryPool::GetMaxCount() const
 
 unsigned int ZQMemoryPool::GetFreeCount() const
 {
-    return m_nFree;
+    return m_nFree + (m_pKept != nullptr && m_pKept != this ? 1U : 0U);
 }
 
 unsigned int ZQMemoryPool::GetTotalCount() const

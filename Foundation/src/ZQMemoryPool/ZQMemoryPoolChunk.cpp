@@ -25,27 +25,27 @@ bool ZQMemoryPool::IsNext(const void* slice, const void* next) const
 }
 
 /// Makes a chain of @p n slices from @p p on, which goes on with @p tail.
-ZQMemoryPool::_StruFreeSlice* ZQMemoryPool::Segregate(void* p, unsigned int n, _StruFreeSlice* tail) const
+ZQMemoryPool::_StruSlice* ZQMemoryPool::Segregate(void* p, unsigned int n, _StruSlice* tail) const
 {
     char* slice = static_cast<char*>(p) + static_cast<std::size_t>(n) * m_nUnit;
-    _StruFreeSlice* next = tail;
+    _StruSlice* next = tail;
     while (slice != p)
     {
         slice -= m_nUnit;
-        next = new (slice) _StruFreeSlice{next};
+        next = new (slice) _StruSlice{{next}, 1};
     }
     return next;
 }
 
 /// The free slice behind which @p p belongs, or null if that is the start. In a list out of order it is merely some slice;
 /// to look further would cost more than the order is worth there.
-ZQMemoryPool::_StruFreeSlice* ZQMemoryPool::FindPrev(_StruFreeSlice* head, const void* p)
+ZQMemoryPool::_StruSlice* ZQMemoryPool::FindPrev(_StruSlice* head, const void* p)
 {
     if (head == nullptr || p < head)
     {
         return nullptr;
     }
-    _StruFreeSlice* prev = head;
+    _StruSlice* prev = head;
     while (prev->pNext != nullptr && prev->pNext <= p)
     {
         prev = prev->pNext;
@@ -55,10 +55,17 @@ ZQMemoryPool::_StruFreeSlice* ZQMemoryPool::FindPrev(_StruFreeSlice* head, const
 
 /// Where to look for the place of @p p from: at what was freed last, if the list is in order and that lies before @p p in
 /// the same chunk, for much is freed in the order of its addresses; at the start of the list otherwise.
-ZQMemoryPool::_StruFreeSlice* ZQMemoryPool::StartFor(const void* p, _StruChunk* chunk) const
+ZQMemoryPool::_StruSlice* ZQMemoryPool::StartFor(const void* p, _StruChunk* chunk) const
 {
-    const bool before = chunk < m_pLastFreed && m_pLastFreed < p;
-    return before ? std::launder(static_cast<_StruFreeSlice*>(m_pLastFreed)) : chunk->pFree;
+    if (chunk < m_pLastFreed && m_pLastFreed < p)
+    {
+        _StruSlice* const last = std::launder(static_cast<_StruSlice*>(m_pLastFreed));
+        if (last->pChunk != chunk)  // else it is a block by now
+        {
+            return last;
+        }
+    }
+    return chunk->pFree;
 }
 
 /// Frees @p n slices from @p p on.
@@ -66,8 +73,8 @@ void ZQMemoryPool::AddOrdered(void* p, unsigned int n, void* chunk)
 {
     _StruChunk* const owner = static_cast<_StruChunk*>(chunk);
     const bool listed = owner->pFree != nullptr;
-    _StruFreeSlice* const prev = n == 1 && !m_bOrdered ? nullptr : FindPrev(StartFor(p, owner), p);
-    _StruFreeSlice*& link = prev != nullptr ? prev->pNext : owner->pFree;
+    _StruSlice* const prev = n == 1 && !m_bOrdered ? nullptr : FindPrev(StartFor(p, owner), p);
+    _StruSlice*& link = prev != nullptr ? prev->pNext : owner->pFree;
     const unsigned int joined = (prev != nullptr && IsNext(prev, p) ? 1U : 0U) +
                                 (IsNext(static_cast<char*>(p) + (n - 1) * std::size_t{m_nUnit}, link) ? 1U : 0U);
     owner->NoteRun(n, joined);
@@ -91,9 +98,9 @@ void ZQMemoryPool::AddOrdered(void* p, unsigned int n, void* chunk)
 
 /// Looks for @p n adjacent slices at the free slice that @p cursor links to.
 /// @return the last one; or null, with @p cursor at the slice that is not adjacent, for no run can start before it
-ZQMemoryPool::_StruFreeSlice* ZQMemoryPool::TryMallocN(_StruFreeSlice**& cursor, unsigned short n) const
+ZQMemoryPool::_StruSlice* ZQMemoryPool::TryMallocN(_StruSlice**& cursor, unsigned short n) const
 {
-    _StruFreeSlice* last = *cursor;
+    _StruSlice* last = *cursor;
     for (unsigned int found = 1; found < n; ++found)
     {
         if (!IsNext(last, last->pNext))
@@ -109,8 +116,8 @@ ZQMemoryPool::_StruFreeSlice* ZQMemoryPool::TryMallocN(_StruFreeSlice**& cursor,
 /// Allocates the first run of @p n slices in @p chunk; null if there is none.
 void* ZQMemoryPool::ChunckMallocSliceN(_StruChunk* chunk, unsigned short n)
 {
-    _StruFreeSlice** cursor = &chunk->pFree;
-    _StruFreeSlice* last = nullptr;
+    _StruSlice** cursor = &chunk->pFree;
+    _StruSlice* last = nullptr;
     while (last == nullptr)
     {
         if (*cursor == nullptr)
@@ -121,7 +128,7 @@ void* ZQMemoryPool::ChunckMallocSliceN(_StruChunk* chunk, unsigned short n)
         last = TryMallocN(cursor, n);
     }
     MemoryPoolCheck.CrashUnless(m_nFree >= n, "m_nFree>=n", 354);
-    _StruFreeSlice* const first = *cursor;
+    _StruSlice* const first = *cursor;
     if (first <= m_pLastFreed && m_pLastFreed <= last)
     {
         m_pLastFreed = nullptr;
@@ -133,5 +140,7 @@ void* ZQMemoryPool::ChunckMallocSliceN(_StruChunk* chunk, unsigned short n)
     *cursor = last->pNext;
     chunk->nFrees = static_cast<unsigned short>(chunk->nFrees - n);
     m_nFree -= n;
-    return (new (first) _StruBlock{chunk, n})->Memory();
+    first->pChunk = chunk;
+    first->nSlices = n;
+    return first->Memory();
 }

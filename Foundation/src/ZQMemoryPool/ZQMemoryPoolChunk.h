@@ -12,20 +12,18 @@ constexpr std::size_t ZQMemoryPoolSliceHeader = 16;
 /// A chunk's header and the room to align its slices; `malloc` may align to 8 only.
 constexpr std::size_t ZQMemoryPoolChunkExtra = 48;
 
-/// What a slice that is free holds at its start.
-struct ZQMemoryPool::_StruFreeSlice
+/// The start of a slice that is free, and of a block in use, before the caller's bytes.
+struct ZQMemoryPool::_StruSlice
 {
-    _StruFreeSlice* pNext;  ///< The next free slice of the chunk, or null.
-};
+    union
+    {
+        _StruSlice* pNext;   ///< While it is free: the next free slice of the chunk, or null.
+        _StruChunk* pChunk;  ///< In use: where the block comes from.
+    };
+    unsigned short nSlices;  ///< How many slices the block takes. 1 while free, so that single slices need not set it.
 
-/// What a block in use holds before the caller's bytes.
-struct ZQMemoryPool::_StruBlock
-{
-    _StruChunk* pChunk;      ///< Where the block comes from.
-    unsigned short nSlices;  ///< How many slices it takes.
-
-    /// The header of the block that a caller holds.
-    static const _StruBlock* Of(const void* memory);
+    /// The start of the block that a caller holds.
+    static _StruSlice* Of(void* memory);
     /// What the caller gets.
     void* Memory();
 };
@@ -35,7 +33,7 @@ struct ZQMemoryPool::_StruChunk
 {
     _StruChunk* pNext;  ///< The next one in m_pFreeChunks; null at the end and while not listed.
     ZQMemoryPool* pPool;
-    _StruFreeSlice* pFree;
+    _StruSlice* pFree;
     unsigned short nPartition;  ///< Slices.
     unsigned short nFrees;      ///< Free slices.
     unsigned int nMissing;      ///< There is no run of so many slices or of more; 0 if nothing is known.
@@ -54,17 +52,16 @@ struct ZQMemoryPool::_StruChunk
 
 // Allocating and freeing a single slice are a few instructions, so what they are made of is inline.
 //
-// Headers are made by placement new each time a slice is freed or allocated, so that memory which the caller wrote in
-// between is never read as one.
+// Headers are made by placement new when a chunk is new and when a run is freed, so that memory which the caller wrote in
+// between is never read as one; that of a single slice stays.
 
-inline const ZQMemoryPool::_StruBlock* ZQMemoryPool::_StruBlock::Of(const void* memory)
+inline ZQMemoryPool::_StruSlice* ZQMemoryPool::_StruSlice::Of(void* memory)
 {
-    static_assert(sizeof(_StruBlock) == ZQMemoryPoolSliceHeader, "a block's header fills what is reserved for it");
-    return std::launder(
-        reinterpret_cast<const _StruBlock*>(static_cast<const char*>(memory) - ZQMemoryPoolSliceHeader));
+    static_assert(sizeof(_StruSlice) == ZQMemoryPoolSliceHeader, "a block's header fills what is reserved for it");
+    return std::launder(reinterpret_cast<_StruSlice*>(static_cast<char*>(memory) - ZQMemoryPoolSliceHeader));
 }
 
-inline void* ZQMemoryPool::_StruBlock::Memory()
+inline void* ZQMemoryPool::_StruSlice::Memory()
 {
     return reinterpret_cast<char*>(this) + ZQMemoryPoolSliceHeader;
 }
@@ -76,7 +73,7 @@ inline bool ZQMemoryPool::_StruChunk::MayHave(unsigned short n) const
 
 inline void ZQMemoryPool::_StruChunk::NoteRun(unsigned int n, unsigned int joined)
 {
-    if (__builtin_expect(nMissing != 0, 0))
+    if (nMissing != 0)
     {
         nMissing = std::max(nMissing, n + joined * (nMissing - 1) + 1);
         nMissing = nMissing <= nPartition ? nMissing : 0;
