@@ -36,10 +36,7 @@ long EntryCount() { return bench::Scaled(100000, 3000); }
 const std::string& WalkDir() {
     static const std::string dir = [] {
         const std::string made = WorkDir() + "/walk" + std::to_string(EntryCount());
-        mkdir(made.c_str(), 0777);
-        for (long i = 0; i < EntryCount(); ++i) {
-            close(open((made + "/entry" + std::to_string(i)).c_str(), O_CREAT | O_WRONLY, 0666));
-        }
+        MakeFiles(made, EntryCount());
         return made;
     }();
     return dir;
@@ -69,16 +66,7 @@ void AddWalks() {
             },
             nullptr);
     });
-    AddWalk("floor: readdir, fstatat", [](const std::string& dir) {
-        DIR* const stream = opendir(dir.c_str());
-        while (const dirent* const entry = readdir(stream)) {
-            struct stat status;
-            if (fstatat(dirfd(stream), entry->d_name, &status, AT_SYMLINK_NOFOLLOW) == 0 && S_ISREG(status.st_mode)) {
-                ++seen;
-            }
-        }
-        closedir(stream);
-    });
+    AddWalk("floor: readdir, fstatat", [](const std::string& dir) { seen = CountFiles(dir); });
     AddWalk("readdir alone", [](const std::string& dir) {
         DIR* const stream = opendir(dir.c_str());
         while (const dirent* const entry = readdir(stream)) { seen += entry->d_type == DT_REG ? 1 : 0; }

@@ -11,6 +11,12 @@
 /// The folder that ZQ_BENCH_DIR names, or the current one.
 std::string WorkDir();
 
+/// Makes a directory with so many files, if it is not there.
+void MakeFiles(const std::string& dir, long files);
+
+/// How many files a directory has: the floor of a walk, by `readdir` and `fstatat`.
+long CountFiles(const std::string& dir);
+
 /// Makes a tree of so many files, a hundred in a directory.
 void MakeTree(const std::string& top, long files);
 

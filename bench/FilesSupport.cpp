@@ -3,6 +3,7 @@
 #include <cerrno>
 #include <csignal>
 #include <cstdlib>
+#include <dirent.h>
 #include <fcntl.h>
 #include <sys/ptrace.h>
 #include <sys/stat.h>
@@ -13,6 +14,28 @@
 std::string WorkDir() {
     const char* const dir = std::getenv("ZQ_BENCH_DIR");
     return dir != nullptr ? dir : ".";
+}
+
+void MakeFiles(const std::string& dir, long files) {
+    if (mkdir(dir.c_str(), 0777) != 0) {
+        return;
+    }
+    for (long i = 0; i < files; ++i) {
+        close(open((dir + "/entry" + std::to_string(i)).c_str(), O_CREAT | O_WRONLY, 0666));
+    }
+}
+
+long CountFiles(const std::string& dir) {
+    long files = 0;
+    DIR* const stream = opendir(dir.c_str());
+    while (const dirent* const entry = readdir(stream)) {
+        struct stat status;
+        if (fstatat(dirfd(stream), entry->d_name, &status, AT_SYMLINK_NOFOLLOW) == 0 && S_ISREG(status.st_mode)) {
+            ++files;
+        }
+    }
+    closedir(stream);
+    return files;
 }
 
 void MakeTree(const std::string& top, long files) {

@@ -8,10 +8,8 @@
 #include <ZQTime.h>
 
 #include <cstdint>
-#include <fcntl.h>
 #include <memory>
 #include <random>
-#include <sys/stat.h>
 #include <unistd.h>
 
 namespace {
@@ -112,30 +110,31 @@ template <class Kind> bench::Outcome FreeAll(long count, unsigned most) {
     return out;
 }
 
-bench::Outcome Walk(long count) {
+/// Walks a directory of so many files; `walk(dir)` is how many it has seen.
+template <class Walk> bench::Outcome WalkAll(long count, Walk walk) {
     bench::Outcome out;
     const std::string dir = WorkDir() + "/grow" + std::to_string(count);
-    if (mkdir(dir.c_str(), 0777) == 0) {
-        for (long i = 0; i < count; ++i) {
-            close(open((dir + "/entry" + std::to_string(i)).c_str(), O_CREAT | O_WRONLY, 0666));
-        }
-    }
+    MakeFiles(dir, count);
     const long rounds = std::max(1L, bench::Scaled(100000, 1000) / count);
     long seen = 0;
     const double before = bench::Now();
-    for (long i = 0; i < rounds; ++i) {
-        ZQFetchDir(
-            dir.c_str(),
-            [](const _ZQStruFileInfo&, void* user) {
-                ++*static_cast<long*>(user);
-                return true;
-            },
-            &seen);
-    }
+    for (long i = 0; i < rounds; ++i) { seen += walk(dir); }
     out.nanoseconds = bench::Now() - before;
     out.operations = static_cast<double>(count * rounds);
     out.error = seen == count * rounds ? nullptr : "the walk has not seen every entry once";
     return out;
+}
+
+long Walk(const std::string& dir) {
+    long seen = 0;
+    ZQFetchDir(
+        dir.c_str(),
+        [](const _ZQStruFileInfo&, void* user) {
+            ++*static_cast<long*>(user);
+            return true;
+        },
+        &seen);
+    return seen;
 }
 
 bench::Outcome Remove(long count) {
@@ -232,6 +231,7 @@ void bench::Register() {
     for (const long size : {200L, 2000L, 20000L}) {
         AddAt("runs of 1 to 8, by live runs", "ZQMemoryPool, ordered", size,
               [](long n) { return Replace<OurPool<true, 256>>(n, 8); });
+        AddAt("runs of 1 to 8, by live runs", "glibc malloc", size, [](long n) { return Replace<Glibc>(n, 8); });
 #ifdef ZQ_HAVE_BOOST
         if (size < 20000) {  // beyond that a repetition would take seconds
             AddAt("runs of 1 to 8, by live runs", "boost::pool, ordered", size,
@@ -242,8 +242,12 @@ void bench::Register() {
     for (const long size : {1000L, 10000L, 100000L}) {
         AddAt("free single blocks in random order, by blocks", "ZQMemoryPool, ordered", size,
               [](long n) { return FreeAll<OurPool<true, 256>>(n, 1); });
+        AddAt("free single blocks in random order, by blocks", "floor: list in order", size,
+              [](long n) { return FreeAll<OrderedFreeList>(n, 1); });
         AddAt("free runs of 1 to 8 in random order, by runs", "ZQMemoryPool, ordered", size,
               [](long n) { return FreeAll<OurPool<true, 256>>(n, 8); });
+        AddAt("free runs of 1 to 8 in random order, by runs", "glibc malloc", size,
+              [](long n) { return FreeAll<Glibc>(n, 8); });
     }
     AddChunk<64>();
     AddChunk<256>();
@@ -251,7 +255,8 @@ void bench::Register() {
     AddChunk<4096>();
     for (const long size : {1000L, 10000L, 100000L}) {
         if (size < 100000 || !bench::Quick()) {
-            AddAt("walk, an entry", "ZQFetchDir", size, Walk);
+            AddAt("walk, an entry", "ZQFetchDir", size, [](long n) { return WalkAll(n, Walk); });
+            AddAt("walk, an entry", "floor: readdir, fstatat", size, [](long n) { return WalkAll(n, CountFiles); });
         }
     }
     for (const long size : {200L, 2000L, 20000L}) {

@@ -27,6 +27,50 @@ template <bool Ordered, unsigned Chunk> struct OurPool {
     void Trim() { pool.ShrinkMemory(0); }
 };
 
+/// The floor of a list in order: each chunk has one of its free blocks, sorted by address, and a free goes over it from its
+/// start. Chunks lie side by side, so nothing has to be read to find that of a block. It knows no runs, and has an end.
+struct OrderedFreeList {
+    static constexpr bool Runs = false;
+    static constexpr std::size_t Chunk = 256, Most = 1 << 12;
+    static bool Has() { return true; }
+    struct Free {
+        Free* next;
+    };
+    char* const slices = static_cast<char*>(std::malloc(Most * Chunk * Unit));
+    std::vector<Free*> first;         // by chunk
+    std::vector<std::size_t> listed;  // the chunks with a free block, the last to get one at the end
+    ~OrderedFreeList() { std::free(slices); }
+    void Grow() {
+        char* const chunk = slices + first.size() * Chunk * Unit;
+        first.push_back(nullptr);
+        for (std::size_t i = Chunk; i-- > 0;) { Give(chunk + i * Unit, 1); }
+    }
+    void* Take(unsigned) {
+        if (listed.empty()) {
+            Grow();
+        }
+        Free*& link = first[listed.back()];
+        Free* const block = link;
+        link = block->next;
+        if (link == nullptr) {
+            listed.pop_back();
+        }
+        return block;
+    }
+    void Give(void* block, unsigned) {
+        const std::size_t chunk = static_cast<std::size_t>(static_cast<char*>(block) - slices) / (Chunk * Unit);
+        Free** link = &first[chunk];
+        if (*link == nullptr) {
+            listed.push_back(chunk);
+        }
+        while (*link != nullptr && *link < block) { link = &(*link)->next; }
+        Free* const free = static_cast<Free*>(block);
+        free->next = *link;
+        *link = free;
+    }
+    void Trim() {}
+};
+
 struct Glibc {
     static constexpr bool Runs = true;
     static bool Has() { return true; }
