@@ -2,6 +2,7 @@
 
 #include "Files.h"
 #include "MemoryContestants.h"
+#include "Stretch.h"
 
 #include <ZQOSApi.h>
 #include <ZQThreadPool.h>
@@ -18,6 +19,7 @@ template <class Run> void AddAt(const char* workload, const char* who, long size
     bench::Batch(workload, std::string(who) + " " + std::to_string(size), [run, size] {
         bench::Outcome out = run(size);
         out.more.emplace_back("size", static_cast<double>(size));
+        out.more.emplace_back("operations", out.operations);
         return out;
     });
 }
@@ -37,10 +39,9 @@ bench::Outcome Burst(long count) {
                     static_cast<std::atomic<long>*>(user)->fetch_add(1, std::memory_order_relaxed);
                 },
                 nullptr, &done);
-            const double before = bench::Now();
+            const bench::Stretch stretch(out);
             for (long task = 0; task < count; ++task) { pool.Task(&done, false); }
             pool.Uninit(true);
-            out.nanoseconds += bench::Now() - before;
         }
         threads->Unref();
     }
@@ -77,9 +78,10 @@ template <class Kind> bench::Outcome Replace(long live, unsigned most) {
         }
     };
     replace(rounds);  // into the disorder that stays
-    const double before = bench::Now();
-    replace(rounds);
-    out.nanoseconds = bench::Now() - before;
+    {
+        const bench::Stretch stretch(out);
+        replace(rounds);
+    }
     out.operations = static_cast<double>(rounds);
     for (const auto& block : blocks) { kind.Give(block.first, block.second); }
     out.error = right ? nullptr : "a block was not kept";
@@ -99,12 +101,13 @@ template <class Kind> bench::Outcome FreeAll(long count, unsigned most) {
     }
     std::shuffle(blocks.begin(), blocks.end(), source);
     bool right = true;
-    const double before = bench::Now();
-    for (const auto& block : blocks) {
-        right = *block.first == static_cast<long>(block.second) && right;
-        kind.Give(block.first, block.second);
+    {
+        const bench::Stretch stretch(out);
+        for (const auto& block : blocks) {
+            right = *block.first == static_cast<long>(block.second) && right;
+            kind.Give(block.first, block.second);
+        }
     }
-    out.nanoseconds = bench::Now() - before;
     out.operations = static_cast<double>(count);
     out.error = right ? nullptr : "a block was not kept";
     return out;
@@ -117,9 +120,10 @@ template <class Walk> bench::Outcome WalkAll(long count, Walk walk) {
     MakeFiles(dir, count);
     const long rounds = std::max(1L, bench::Scaled(100000, 1000) / count);
     long seen = 0;
-    const double before = bench::Now();
-    for (long i = 0; i < rounds; ++i) { seen += walk(dir); }
-    out.nanoseconds = bench::Now() - before;
+    {
+        const bench::Stretch stretch(out);
+        for (long i = 0; i < rounds; ++i) { seen += walk(dir); }
+    }
     out.operations = static_cast<double>(count * rounds);
     out.error = seen == count * rounds ? nullptr : "the walk has not seen every entry once";
     return out;
@@ -141,9 +145,10 @@ bench::Outcome Remove(long count) {
     bench::Outcome out;
     const std::string tree = WorkDir() + "/growtree";
     MakeTree(tree, count);
-    const double before = bench::Now();
-    out.error = ZQForcedRemoveDir(tree.c_str()) == 0 ? nullptr : "something is left of the tree";
-    out.nanoseconds = bench::Now() - before;
+    {
+        const bench::Stretch stretch(out);
+        out.error = ZQForcedRemoveDir(tree.c_str()) == 0 ? nullptr : "something is left of the tree";
+    }
     out.operations = static_cast<double>(count);
     return out;
 }
@@ -177,13 +182,14 @@ bench::Outcome StopAndStart(long count) {
     Waiting waiting(count);
     const long rounds = bench::Scaled(20000, 1000);
     bool right = true;
-    const double before = bench::Now();
-    for (long i = 0; i < rounds; ++i) {
-        ZQTimer& timer = waiting.At(static_cast<std::size_t>(i * 7919 % count));
-        timer.Stop(true);
-        right = timer.Start(false) && right;
+    {
+        const bench::Stretch stretch(out);
+        for (long i = 0; i < rounds; ++i) {
+            ZQTimer& timer = waiting.At(static_cast<std::size_t>(i * 7919 % count));
+            timer.Stop(true);
+            right = timer.Start(false) && right;
+        }
     }
-    out.nanoseconds = bench::Now() - before;
     out.operations = static_cast<double>(rounds);
     out.error = right ? nullptr : "a timer did not start";
     return out;

@@ -1,9 +1,22 @@
 #!/usr/bin/env bash
 # Measures the library beside its rivals and writes tables and plots.
 #   bench.sh [--quick] [AREA...]     areas: locks pools memory datetimes files processes timers growth; no argument: all
+#   bench.sh --counts                counts instructions and cache misses of growth, into docs/benchmarks-counts.md
 # A full run of all areas writes docs/benchmarks.md and docs/benchmarks/; any other writes build/bench/report/ instead.
 set -euo pipefail
 cd "$(dirname "$0")/.."
+
+if [ "${1:-}" = --counts ]; then
+    [ $# -eq 1 ] || { echo "bench.sh: --counts stands alone" >&2; exit 2; }
+    ./scripts/setup.sh bench counts
+    cmake --preset bench >/dev/null
+    cmake --build --preset bench --target bench_growth
+    mkdir -p build/bench/work
+    ZQ_BENCH_DIR="$PWD/build/bench/work" \
+        python3 bench/counts.py build/bench/bench/bench_growth build/bench/counts docs/benchmarks-counts.md
+    echo "written: docs/benchmarks-counts.md"
+    exit
+fi
 
 areas=(locks pools memory datetimes files processes timers growth)
 quick=

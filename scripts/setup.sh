@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # Installs what a build needs on Debian 12, by apt, and only what is missing: silent and fast when nothing is.
-#   setup.sh [release|clang|asan|tsan|arm64|docs|bench|soak|virtual|fuzz|coverage ...]     no argument: release
+#   setup.sh [release|clang|asan|tsan|arm64|docs|bench|counts|soak|virtual|fuzz|coverage ...]     no argument: release
 set -euo pipefail
 
 needed=(g++ cmake ninja-build uuid-dev libcli11-dev libssl-dev nlohmann-json3-dev
@@ -26,6 +26,7 @@ for use in "$@"; do
         coverage) needed+=("${tests[@]}" gcovr) ;;
         docs) needed+=(doxygen python3) ;;
         bench) needed+=("${bench[@]}") ;;
+        counts) needed+=(valgrind) ;;
         soak) needed+=(libtsan2 util-linux) ;;
         virtual) needed+=(cpio qemu-system-x86 util-linux) ;;
         *) echo "setup.sh: unknown use: $use" >&2; exit 2 ;;
