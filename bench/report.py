@@ -6,11 +6,15 @@
 import json
 import os
 import platform
+import re
 import statistics
 import subprocess
 import sys
 
+import counts
 import targets
+
+COUNTS_PAGE = os.path.join(os.path.dirname(__file__), "..", "docs", "benchmarks-counts.md")
 
 # What a result has beside the figures of its contest.
 PLAIN = {"name", "family_index", "per_family_instance_index", "run_name", "run_type", "repetitions", "repetition_index",
@@ -234,6 +238,17 @@ def target_table(measured):
     return table(["area", "target", "limit", "measured", ""], rows)
 
 
+def count_text(counted, workload, who, figure):
+    """A figure of the page of counts at its two sizes."""
+    return "{} and {}".format(*counted[workload, who, figure]) if (workload, who, figure) in counted else "(not counted)"
+
+
+def growth_text(measured, workload, who, size):
+    """How much an operation costs at ten times the size, over what it costs at that size."""
+    small, large = (measured.get("growth", workload, f"{who} {n}") for n in (int(size), 10 * int(size)))
+    return f"{large / small:.2f}" if small and large else "(not measured)"
+
+
 def main(folder, out):
     measured = Measured(folder)
     pictures = os.path.join(out, "benchmarks")
@@ -252,6 +267,9 @@ def main(folder, out):
     for name, value in (("MACHINE", machine(measured.context)), ("TARGETS", target_table(measured)),
                         ("AREAS", "\n".join(parts))):
         text = text.replace(f"@{name}@", value)
+    counted = counts.read(COUNTS_PAGE) if os.path.exists(COUNTS_PAGE) else {}
+    text = re.sub(r"@COUNT\|(.*?)\|(.*?)\|(.*?)@", lambda found: count_text(counted, *found.groups()), text)
+    text = re.sub(r"@GROWTH\|(.*?)\|(.*?)\|(.*?)@", lambda found: growth_text(measured, *found.groups()), text)
     with open(os.path.join(out, "benchmarks.md"), "w", encoding="utf-8") as file:
         file.write(text)
     for error in measured.errors:
