@@ -68,7 +68,7 @@ inline void* ZQMemoryPool::_StruSlice::Memory()
 
 inline bool ZQMemoryPool::_StruChunk::MayHave(unsigned short n) const
 {
-    return nFrees >= n && (nMissing == 0 || nMissing > n);
+    return nMissing - 1 >= n && nFrees >= n;  // 0 wraps, and rules nothing out
 }
 
 inline void ZQMemoryPool::_StruChunk::NoteRun(unsigned int n, unsigned int joined)
