@@ -227,10 +227,9 @@ template struct Layout<ZQTimerGlobal, 0,
     ZQ_MEMBER(ZQTimerGlobal, m_nInit, long),
     ZQ_MEMBER(ZQTimerGlobal, m_thread, ZQThread),
     ZQ_MEMBER(ZQTimerGlobal, m_mutex, ZQMutex),
-    ZQ_MEMBER(ZQTimerGlobal, m_setTimers, std::set<ZQTimer*>),
+    ZQ_MEMBER(ZQTimerGlobal, m_setTimers, ZQTimerSchedule),
     ZQ_MEMBER(ZQTimerGlobal, m_lstDue, ZxxListInner<ZQTimer*>),
     ZQ_MEMBER(ZQTimerGlobal, m_mutexModule, ZQMutex),
-    ZQ_MEMBER(ZQTimerGlobal, m_schedule, ZQTimerSchedule),
     ZQ_MEMBER(ZQTimerGlobal, m_nParentInit, long),
     ZQ_MEMBER(ZQTimerGlobal, m_nFork, int)>;
 

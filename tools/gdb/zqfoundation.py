@@ -33,18 +33,11 @@ def elements(zxx_list):
     return (node["data"] for node in nodes(zxx_list))
 
 
-def set_elements(std_set):
-    """The elements of a std::set, in its order."""
-    tree = std_set["_M_t"]["_M_impl"]
-    element = std_set.type.strip_typedefs().template_argument(0).pointer()
-
-    def below(node):
-        if node != 0:
-            yield from below(node["_M_left"])
-            yield (node + 1).cast(element).dereference()
-            yield from below(node["_M_right"])
-
-    return below(tree["_M_header"]["_M_parent"])
+def started_timers(schedule):
+    """The timers of a ZQTimerSchedule, in the order in which they are handed out."""
+    vector = schedule["m_vecTimers"]["_M_impl"]
+    number = int(vector["_M_finish"] - vector["_M_start"])
+    return sorted((vector["_M_start"][i]["pTimer"] for i in range(number)), key=int)
 
 
 def code_name(function):
@@ -275,7 +268,7 @@ class TimersCommand(gdb.Command):
             return
         threads = Threads()
         pool = module["m_pPool"].dereference()
-        timers = list(set_elements(module["m_setTimers"]))
+        timers = started_timers(module["m_setTimers"])
         print("timer module: %s, %s alive, at most %d, %s; %s due and waiting for a worker" % (
             count(int(module["m_nInit"]), "user"), count(int(pool["m_nCapacity"]), "worker"), pool["m_nMaxThreads"],
             count(len(timers), "started timer"), sum(1 for _ in nodes(module["m_lstDue"]))))

@@ -37,8 +37,7 @@ void ZQTimerGlobal::AfterFork()
         m_pPool = nullptr;
         m_nParentInit += m_nInit;
         m_nInit = 0;
-        new (&m_setTimers) std::set<ZQTimer*>;
-        new (&m_schedule) ZQTimerSchedule;
+        new (&m_setTimers) ZQTimerSchedule;
         new (&m_lstDue) ZxxListInner<ZQTimer*>;
         m_lstDue.set_node_functions(_CallocListMangerNode, _FreeListMangerNode, nullptr);
     });
@@ -93,8 +92,7 @@ void ZQTimerGlobal::Uninit()
     }
     StopThreads();
     ZQAutoMutex lock(m_mutex);
-    m_setTimers.clear();
-    m_schedule.Clear();
+    m_setTimers.Clear();
 }
 
 bool ZQTimerGlobal::IsUp() const
@@ -106,20 +104,13 @@ bool ZQTimerGlobal::Insert(ZQTimer* pTimer, unsigned long start)
 {
     AfterFork();
     ZQAutoMutex lock(m_mutex);
-    std::size_t& place = pTimer->m_pShared->place;
-    place = ZQTimerSchedule::NoPlace;
     try
     {
-        m_schedule.Add(pTimer, &place, pTimer->DueAfter(start));
-        m_setTimers.insert(pTimer);
+        m_setTimers.Add(pTimer, &pTimer->m_pShared->place, pTimer->DueAfter(start));
         return true;
     }
     catch (const std::bad_alloc&)
     {
-        if (place != ZQTimerSchedule::NoPlace)
-        {
-            m_schedule.Remove(place);
-        }
         return false;
     }
 }
@@ -128,10 +119,7 @@ void ZQTimerGlobal::Withdraw(ZQTimer* pTimer)
 {
     AfterFork();
     ZQAutoMutex lock(m_mutex);
-    if (m_setTimers.erase(pTimer) > 0)  // not after the module went down, which empties the set
-    {
-        m_schedule.Remove(pTimer->m_pShared->place);
-    }
+    m_setTimers.Remove(pTimer, pTimer->m_pShared->place);
     DueNode* pNode = &pTimer->m_pShared->node;
     if (m_lstDue.linked(pNode))
     {
@@ -183,11 +171,11 @@ void ZQTimerGlobal::Scan()
 {
     ZQAutoMutex lock(m_mutex);
     const unsigned long now = ZQDateTime::GetTickCount();
-    for (ZQTimer* pTimer : m_schedule.Due(now))
+    for (ZQTimer* pTimer : m_setTimers.Due(now))
     {
         if (!m_lstDue.linked(&pTimer->m_pShared->node) && pTimer->m_pShared->BeginRun())
         {
-            const unsigned long late = now - m_schedule.GetDue(pTimer->m_pShared->place);
+            const unsigned long late = now - m_setTimers.GetDue(pTimer->m_pShared->place);
             ZQProbe::TimerHandedOut(pTimer, pTimer->m_nInterval, pTimer->DueAfter(late));
             HandOut(pTimer);
         }
@@ -201,7 +189,7 @@ void ZQTimerGlobal::HandOut(ZQTimer* pTimer)
     // The interval counts from here, not from the end of the callback.
     const unsigned long now = ZQDateTime::GetTickCount();
     pTimer->m_meter.Reset(now);
-    m_schedule.SetDue(pTimer->m_pShared->place, pTimer->DueAfter(now));
+    m_setTimers.SetDue(pTimer->m_pShared->place, pTimer->DueAfter(now));
     if (!QueueTask())
     {
         pTimer->m_pShared->EndRun();

@@ -5,8 +5,6 @@
 #include "ZQTime.h"
 #include "ZQTimerSchedule.h"
 
-#include <set>
-
 /// What a timer shares with the worker that runs its callback; it may outlive the timer, which the callback may destroy.
 struct ZQTimer::_StruShared
 {
@@ -27,7 +25,7 @@ struct ZQTimer::_StruShared
     long lThreadID;     // who runs the callback, 0 for nobody; read without a lock
     long _nOnlyOne;     // guard against two runs at once; changed by the atomic functions alone
     DueNode node;       // of the queue of due timers; its data is the timer
-    std::size_t place;  // in the schedule of the started timers; kept by the timer module
+    std::size_t place;  // among the started timers; kept by the timer module
 };
 
 /// The timer module: the service thread that looks at the started timers, and the pool whose workers run the callbacks.
@@ -79,11 +77,10 @@ private:
     long m_nInit;  // users of the module; changed by the atomic functions alone
     ZQThread m_thread;
     ZQMutex m_mutex ZQ_ACQUIRED_AFTER(m_mutexModule);
-    std::set<ZQTimer*> m_setTimers ZQ_GUARDED_BY(m_mutex);  // the started ones
+    ZQTimerSchedule m_setTimers ZQ_GUARDED_BY(m_mutex);  // the started ones, and when each is due
     ZxxListInner<ZQTimer*>
-        m_lstDue ZQ_GUARDED_BY(m_mutex);  // handed out and not taken, the newest first; nodes of the timers
-    ZQMutex m_mutexModule;                // one user takes the module up or down at a time
-    ZQTimerSchedule m_schedule ZQ_GUARDED_BY(m_mutex);  // when each of m_setTimers is due
+        m_lstDue ZQ_GUARDED_BY(m_mutex);              // handed out and not taken, the newest first; nodes of the timers
+    ZQMutex m_mutexModule;                            // one user takes the module up or down at a time
     long m_nParentInit ZQ_GUARDED_BY(m_mutexModule);  // users from before a fork, who may give up the module once more
     int m_nFork;                                      // in which process it was made
 };

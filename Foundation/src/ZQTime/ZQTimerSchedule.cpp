@@ -19,8 +19,12 @@ void ZQTimerSchedule::Add(ZQTimer* pTimer, std::size_t* place, unsigned long due
     m_vecTimers.push_back(Timer{pTimer, place});
 }
 
-void ZQTimerSchedule::Remove(std::size_t place)
+void ZQTimerSchedule::Remove(const ZQTimer* pTimer, std::size_t place)
 {
+    if (place >= m_vecTimers.size() || m_vecTimers[place].pTimer != pTimer)
+    {
+        return;
+    }
     m_vecDue[place] = m_vecDue.back();
     m_vecTimers[place] = m_vecTimers.back();
     *m_vecTimers[place].place = place;

@@ -6,7 +6,8 @@
 
 class ZQTimer;
 
-/// When each started timer is due, packed: a look at ten thousand timers reads eighty kilobytes in a row instead of every timer.
+/// The started timers and when each is due, packed: a look at ten thousand of them reads eighty kilobytes in a row instead of
+/// every timer, and to start or stop one costs the same among any number.
 /// Threads: one at a time. Times are ticks of ZQDateTime::GetTickCount().
 class ZQTimerSchedule
 {
@@ -18,8 +19,10 @@ public:
     /// @param place  where it is kept, written whenever that changes; belongs to the timer
     /// @exception std::bad_alloc  then nothing has changed
     void Add(ZQTimer* pTimer, std::size_t* place, unsigned long due);
-    /// Drops the timer at @p place.
-    void Remove(std::size_t place);
+    /// Drops @p pTimer, which was last at @p place. Nothing happens if it is not in here any more, since a Clear() or in a
+    /// forked child.
+    void Remove(const ZQTimer* pTimer, std::size_t place);
+    /// Drops all; their places are left as they are.
     void Clear();
     unsigned long GetDue(std::size_t place) const;
     void SetDue(std::size_t place, unsigned long due);
