@@ -249,6 +249,12 @@ def growth_text(measured, workload, who, size):
     return f"{large / small:.2f}" if small and large else "(not measured)"
 
 
+def ratio_text(measured, area, workload, who, other):
+    """What a contestant takes over what another one takes."""
+    ratio = targets.ratio(measured, area, workload, who, other)
+    return f"{ratio:.2f}" if ratio is not None else "(not measured)"
+
+
 def main(folder, out):
     measured = Measured(folder)
     pictures = os.path.join(out, "benchmarks")
@@ -270,6 +276,7 @@ def main(folder, out):
     counted = counts.read(COUNTS_PAGE) if os.path.exists(COUNTS_PAGE) else {}
     text = re.sub(r"@COUNT\|(.*?)\|(.*?)\|(.*?)@", lambda found: count_text(counted, *found.groups()), text)
     text = re.sub(r"@GROWTH\|(.*?)\|(.*?)\|(.*?)@", lambda found: growth_text(measured, *found.groups()), text)
+    text = re.sub(r"@RATIO\|(.*?)\|(.*?)\|(.*?)\|(.*?)@", lambda found: ratio_text(measured, *found.groups()), text)
     with open(os.path.join(out, "benchmarks.md"), "w", encoding="utf-8") as file:
         file.write(text)
     for error in measured.errors:
