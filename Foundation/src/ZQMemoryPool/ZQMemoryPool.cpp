@@ -54,9 +54,10 @@ void* ZQMemoryPool::Malloc(unsigned short n)
             return kept;
         }
     }
-    // A single slice is the first one of the first chunk, without a search. A chunk is listed only while it has one.
+    // A single slice is the first one of the first chunk, without a search. A chunk is listed only while it has one. Blocks of
+    // this pool that another one took back are missing from the count, which must not go below zero for that.
     _StruChunk* const chunk = m_pFreeChunks;
-    if (__builtin_expect(chunk == nullptr, 0))
+    if (__builtin_expect(chunk == nullptr || m_nFree == 0, 0))
     {
         return MallocRun(1);
     }
