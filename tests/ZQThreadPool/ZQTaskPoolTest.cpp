@@ -230,6 +230,36 @@ TEST_F(ZQTaskPoolTest, SteadyStreamDoesNotAllocate) {
     pool.Uninit(true);
 }
 
+TEST(ZQTaskPoolLongQueueTest, KeepsItsOrderDrainedOrCleaned) {
+    constexpr intptr_t Length = 230000;  // more than there are nodes in the caches
+    struct Queue {
+        Block block;
+        intptr_t next = 0;
+        bool inOrder = true;
+        static void Next(void* data, void* user) {
+            Queue& queue = *static_cast<Queue*>(user);
+            queue.inOrder &= reinterpret_cast<intptr_t>(data) == queue.next++;
+        }
+        static void Run(void* data, void* user) {
+            Next(data, user);
+            data == nullptr ? Block::Run(&static_cast<Queue*>(user)->block) : void();
+        }
+    };
+    for (const bool clean : {false, true}) {
+        Queue queue;
+        ZQTaskPool pool(0, 1);
+        ASSERT_EQ(pool.Init(nullptr, Queue::Run, Queue::Next, &queue), 0);
+        for (intptr_t i = 0; i < Length; ++i) { ASSERT_EQ(pool.Task(reinterpret_cast<void*>(i), false), 0); }
+        queue.block.entered.WaitFor(1);
+        EXPECT_EQ(pool.GetWaitTaskCount(), Length - 1);
+        clean ? pool.Clean() : void();
+        queue.block.opened.Arrive();
+        pool.Uninit(true);
+        EXPECT_EQ(queue.next, Length);
+        EXPECT_TRUE(queue.inOrder);
+    }
+}
+
 TEST(ZQTaskPoolDeathTest, NeedsASlot) {
     ExpectCrash([] { ZQTaskPool(0, 0); }, "_Abort: iThreadNums>0, Foundation/src/ZQThreadPool, [0-9]+\n");
 }
