@@ -54,6 +54,7 @@ TEST(ZQModuleTest, DirectoriesOfProcessAndProgram) {
     EXPECT_EQ(ZQGetCurrentDir(buffer, 2), nullptr);
     EXPECT_EQ(ZQGetCurrentDir(buffer, -1), nullptr);
     EXPECT_FALSE(ZQSetCurrentDir("none"));
+    EXPECT_FALSE(ZQSetCurrentDir(nullptr));
 
     std::string paths[4];
     InThreads(4, [&](int i) { paths[i] = ZQGetApplicationPath(); });

@@ -152,6 +152,7 @@ TEST(ZQMemoryPoolTest, CountsAsItIsTold) {
         EXPECT_TRUE(memory == nullptr || memory - ChunkOf(memory) < 64) << "slices start at byte 32 to 47";
         EXPECT_EQ(pool.GetTotalCount(), total);
         EXPECT_EQ(pool.GetTotalCount() - pool.GetFreeCount(), slices);
+        EXPECT_EQ(pool.GetSliceSize(), sliceSize);
         EXPECT_EQ(pool.GetNextCount(), nextNow);
         pool.SetMaxCount(nextNow);
         EXPECT_EQ(pool.GetMaxCount(), maxNow) << "a value that is not above the next count is ignored";

@@ -208,6 +208,7 @@ TEST(ZQDateTimeTextTest, WritesIntoBuffers) {
         {0, Alone, "", 12, 12, "2024-03-05"},
         {0, Alone, "", 0, 0, ""},
         {5, Alone, "", 64, 64, ""},
+        {5, Alone, "", 8, 8, ""},
         {INT_MIN, Alone, "", 64, 64, ""},
     };
     UseZone("UTC0");
