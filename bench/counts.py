@@ -113,7 +113,8 @@ def times(small, large):
 
 
 def table(head, rows):
-    return "\n".join("| " + " | ".join(row) + " |" for row in [head, ["---"] * len(head), *rows])
+    lines = ["| " + " | ".join(head) + " |", "|" + "---|" * len(head)]
+    return "\n".join(lines + ["| " + " | ".join(row) + " |" for row in rows])
 
 
 def function_rows(workload, who, both):

@@ -13,6 +13,7 @@ import sys
 
 import counts
 import targets
+from counts import table
 
 COUNTS_PAGE = os.path.join(os.path.dirname(__file__), "..", "docs", "benchmarks-counts.md")
 
@@ -103,11 +104,6 @@ def figure_text(name, value):
     if abs(value) < 0.0005:
         return "0"
     return f"{value:.3g}" if abs(value) < 1000 else f"{value:.0f}"
-
-
-def table(head, rows):
-    lines = ["| " + " | ".join(head) + " |", "|" + "---|" * len(head)]
-    return "\n".join(lines + ["| " + " | ".join(row) + " |" for row in rows])
 
 
 def area_table(workloads):
