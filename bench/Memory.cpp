@@ -228,7 +228,8 @@ void bench::Register() {
     AddGrowth<OurPool<true, 256>>("ZQMemoryPool, ordered");
     AddRuns<OurPool<true, 256>>("ZQMemoryPool, ordered");
     AddSingle<FreeList>("floor: free list");
-    AddSingle<SharedFreeList>("free list behind calls");
+    AddSingle<SharedFreeList<0>>("free list behind calls");
+    AddSingle<SharedFreeList<16>>("free list behind calls, with headers");
     AddGrowth<FreeList>("floor: free list");
     AddSingle<Glibc>("glibc malloc");
     AddGrowth<Glibc>("glibc malloc");
