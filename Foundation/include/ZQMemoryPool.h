@@ -38,8 +38,8 @@
 /// | `false`   | constant time                     | need not be found: the list gets out of order, and the pool grows |
 /// | `true`    | goes over the chunk's free slices | are always found                                                  |
 ///
-/// A single block that is freed and not followed by another is kept as it is for the next allocation, where that would get
-/// it anyway: to replace a block by another one costs least.
+/// Up to 64 single blocks that are freed one after the other are kept as they are for the next allocations, where those would
+/// get them anyway: to replace blocks, or to give some back and take as many, costs least.
 ///
 /// Freeing several slices goes over the chunk's free slices in either case. An ordered pool starts at what it took back last,
 /// if that is still free and lies before them in the chunk, so a queue that frees in the order of allocation pays nothing
@@ -112,6 +112,8 @@ private:
     static _StruSlice* FindPrev(_StruSlice* head, const void* p);
     _StruSlice* StartFor(const void* p, _StruChunk* chunk) const;
     void AddOrdered(void* p, unsigned int n, void* chunk);
+    bool KeepFirst(_StruSlice* slice);
+    bool KeepNext(_StruSlice* slice);
     void FreeOther(_StruSlice* slice);
     void PutBack();
     void FreeChunk(_StruChunk* chunk);
@@ -126,9 +128,13 @@ private:
     unsigned int m_nFree;
     _StruChunk* m_pFreeChunks;  // those with a free slice, the last to get one first
     void* m_pLastFreed;         // a slice in an ordered list, to look for the next one's place from if it is still free
-    // A block that was freed and that the next call takes as it is, so that neither touches its chunk; or null. The pool
-    // itself: nothing, and nothing will be kept before the next allocation, for blocks are freed one after the other.
-    void* m_pKept;
+    // Single blocks that were freed and that the next single allocations take as they are, the last one first, so that their
+    // chunks are not touched. Every other call puts them back before anything else.
+    static constexpr unsigned int MaxKept = 64;
+    _StruChunk* m_pKeptChunk;  // of this one more blocks may be kept, while there are fewer than m_nMostKept
+    unsigned int m_nMostKept;
+    unsigned int m_nKept;
+    void* m_aKept[MaxKept];
 };
 
 #endif

@@ -248,7 +248,10 @@ template struct Layout<ZQMemoryPool, 0,
     ZQ_MEMBER(ZQMemoryPool, m_nFree, unsigned int),
     ZQ_MEMBER(ZQMemoryPool, m_pFreeChunks, ZQMemoryPool::_StruChunk*),
     ZQ_MEMBER(ZQMemoryPool, m_pLastFreed, void*),
-    ZQ_MEMBER(ZQMemoryPool, m_pKept, void*)>;
+    ZQ_MEMBER(ZQMemoryPool, m_pKeptChunk, ZQMemoryPool::_StruChunk*),
+    ZQ_MEMBER(ZQMemoryPool, m_nMostKept, unsigned int),
+    ZQ_MEMBER(ZQMemoryPool, m_nKept, unsigned int),
+    ZQ_MEMBER(ZQMemoryPool, m_aKept, void* [64])>;
 template struct Layout<ZQMemoryPool::_StruChunk, 0,
     ZQ_MEMBER(ZQMemoryPool::_StruChunk, pNext, ZQMemoryPool::_StruChunk*),
     ZQ_MEMBER(ZQMemoryPool::_StruChunk, pPool, ZQMemoryPool*),

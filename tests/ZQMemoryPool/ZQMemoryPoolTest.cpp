@@ -5,6 +5,7 @@
 #include "support/Threads.h"
 
 #include <algorithm>
+#include <array>
 #include <climits>
 #include <cstdint>
 #include <cstring>
@@ -95,18 +96,22 @@ static void ForgeFreeCount(const void* block, std::uint16_t count) {
 }
 
 TEST(ZQMemoryPoolTest, BehavesAsTheSlowModel) {
-    const std::tuple<unsigned, unsigned, unsigned, unsigned, bool> cases[] = {
-        {24, 48, 12, 0, false}, {32, 48, 12, 0, true}, {1, 32, 16, 90, false}, {16, 32, 16, 64, true}};
-    for (const auto& [sliceSize, unit, next, max, ordered] : cases) {
+    const std::tuple<unsigned, unsigned, unsigned, unsigned, bool, unsigned> cases[] = {{24, 48, 12, 0, false, 30},
+                                                                                        {32, 48, 12, 0, true, 30},
+                                                                                        {1, 32, 16, 90, false, 30},
+                                                                                        {16, 32, 16, 64, true, 30},
+                                                                                        {8, 32, 200, 0, false, 1}};
+    for (const auto& [sliceSize, unit, next, max, ordered, most] : cases) {
         SCOPED_TRACE(testing::Message() << "ordered " << ordered << ", limit " << max);
         std::mt19937 random(20240607);
         ZQMemoryPool pool(sliceSize, next, max, ordered);
         Model model{unit, next, max, ordered, 0, 0, {}, {}};
         std::vector<std::pair<char*, std::vector<char>>> blocks;  // and what was written there
         for (unsigned step = 0; step < 10000 && !HasFailure(); ++step) {
-            const unsigned wave = step / 500 % 2 == 0 ? 60 : 40;  // the pool fills and empties by turns
+            const unsigned wave = std::array{70U, 40U, 0U}[step / 500 % 3];  // the pool fills and empties by turns
             if (random() % 100 < wave) {
-                const auto n = static_cast<unsigned short>(1 + random() % 2 * (random() % (random() % 9 ? 5 : 30)));
+                const auto n =
+                    static_cast<unsigned short>(1 + random() % 2 * (random() % (random() % 9 ? 5 : 30)) % most);
                 char* const memory = static_cast<char*>(pool.Malloc(n));
                 char* const slice = memory != nullptr ? memory - Header : nullptr;
                 ASSERT_EQ(slice, model.Malloc(n, slice));

@@ -26,7 +26,7 @@ unsigned int UnitOf(std::size_t sliceSize)
 ZQMemoryPool::ZQMemoryPool(unsigned int sliceSize, unsigned int nextCount, unsigned int maxCount, bool ordered)
     : m_nUnit(UnitOf(sliceSize)), m_nSliceSize(sliceSize), m_nNextCount(nextCount != 0 ? nextCount : DefaultNextCount),
       m_nMaxCount(maxCount != 0 ? std::max(maxCount, nextCount) : 0), m_bOrdered(ordered), m_nTotal(0), m_nFree(0),
-      m_pFreeChunks(nullptr), m_pLastFreed(nullptr), m_pKept(nullptr)
+      m_pFreeChunks(nullptr), m_pLastFreed(nullptr), m_pKeptChunk(nullptr), m_nMostKept(0), m_nKept(0)
 {
 }
 
@@ -45,14 +45,9 @@ void* ZQMemoryPool::Malloc(unsigned short n)
     {
         return MallocRun(n);
     }
-    void* const kept = m_pKept;
-    if (kept != nullptr)
+    if (__builtin_expect(m_nKept != 0, 1))
     {
-        m_pKept = nullptr;
-        if (kept != this)
-        {
-            return kept;
-        }
+        return m_aKept[--m_nKept];
     }
     // A single slice is the first one of the first chunk, without a search. A chunk is listed only while it has one. Blocks of
     // this pool that another one took back are missing from the count, which must not go below zero for that.
@@ -164,49 +159,91 @@ void ZQMemoryPool::Free(void* p)
     {
         return;
     }
+    // What is expected is laid out so that it jumps least: a call costs more than its instructions here.
     _StruSlice* const slice = _StruSlice::Of(p);
-    _StruChunk* const chunk = slice->pChunk;
-    _StruSlice* const next = chunk->pFree;
-    if (__builtin_expect(slice->nSlices == 1 && chunk->nFrees < chunk->nPartition, 1))
+    const unsigned int kept = m_nKept;
+    if (kept == 0)
     {
-        // Whether its place is the start of the list, which in order it is only if it lies before the others.
-        const auto atStart = [&] { return !m_bOrdered || slice < next; };
-        if (m_pKept == nullptr && (next == nullptr || (chunk == m_pFreeChunks && atStart())))
+        if (__builtin_expect(KeepFirst(slice), 1))
         {
-            m_pKept = p;
-            return;
-        }
-        if (m_pKept == this && next != nullptr && atStart() && chunk->nMissing == 0)
-        {
-            slice->pNext = next;
-            chunk->pFree = slice;
-            ++chunk->nFrees;
-            ++m_nFree;
             return;
         }
     }
+    else if (__builtin_expect(slice->pChunk == m_pKeptChunk && kept < m_nMostKept && slice->nSlices == 1 &&
+                                  (!m_bOrdered || p < m_aKept[kept - 1]),
+                              1))
+    {
+        m_aKept[kept] = p;
+        m_nKept = kept + 1;
+        return;
+    }
     FreeOther(slice);
+}
+
+/// Keeps a block where none is kept, if it is the one that the next single allocation will get.
+inline bool ZQMemoryPool::KeepFirst(_StruSlice* slice)
+{
+    _StruChunk* const chunk = slice->pChunk;
+    const _StruSlice* const next = chunk->pFree;
+    const bool isNext =
+        __builtin_expect(next == nullptr, 1) || (chunk == m_pFreeChunks && (!m_bOrdered || slice < next));
+    if (__builtin_expect(!isNext || chunk->nFrees >= chunk->nPartition || slice->nSlices != 1, 0))
+    {
+        return false;
+    }
+    m_aKept[0] = slice->Memory();
+    m_nKept = 1;
+    m_nMostKept = 0;  // what comes on top of it has to be looked at
+    return true;
+}
+
+/// Keeps a block on top of others, if it is the one that the next single allocation will get, and the ones after that those.
+bool ZQMemoryPool::KeepNext(_StruSlice* slice)
+{
+    _StruChunk* const chunk = slice->pChunk;
+    const _StruSlice* const top = _StruSlice::Of(m_aKept[m_nKept - 1]);
+    const _StruSlice* const bottom = _StruSlice::Of(m_aKept[0]);
+    // A full chunk becomes the first one by a free, but whether it is full is told only while at most one other has blocks here.
+    const bool isNext =
+        chunk == top->pChunk ? !m_bOrdered || slice < top : chunk->pFree == nullptr && top->pChunk == bottom->pChunk;
+    const int most = std::min<int>(chunk->nPartition - chunk->nFrees, MaxKept);
+    if (!isNext || static_cast<int>(m_nKept) >= most || slice->nSlices != 1)
+    {
+        return false;
+    }
+    m_aKept[m_nKept++] = slice->Memory();
+    m_nMostKept = static_cast<unsigned int>(most);
+    m_pKeptChunk = chunk;
+    return true;
 }
 
 /// What Free() does where there is more to do. Inside Free() it would cost every call the saving of registers.
 __attribute__((noinline)) void ZQMemoryPool::FreeOther(_StruSlice* slice)
 {
-    PutBack();
-    const bool single = slice->nSlices == 1;
+    if (m_nKept != 0)
+    {
+        if (KeepNext(slice))
+        {
+            return;
+        }
+        PutBack();
+        if (KeepFirst(slice))
+        {
+            return;
+        }
+    }
     AddOrdered(slice, slice->nSlices, slice->pChunk);
-    m_pKept = single ? this : nullptr;
 }
 
-/// Puts the slice that Free() has kept where it belongs.
+/// Puts the blocks that Free() has kept where they belong.
 void ZQMemoryPool::PutBack()
 {
-    void* const kept = m_pKept;
-    m_pKept = nullptr;
-    if (kept != nullptr && kept != this)
+    for (unsigned int i = 0; i < m_nKept; ++i)
     {
-        _StruSlice* const slice = _StruSlice::Of(kept);
+        _StruSlice* const slice = _StruSlice::Of(m_aKept[i]);
         AddOrdered(slice, 1, slice->pChunk);
     }
+    m_nKept = 0;
 }
 
 void ZQMemoryPool::FreeAny(void* p)
@@ -283,7 +320,7 @@ unsigned int ZQMemoryPool::GetMaxCount() const
 
 unsigned int ZQMemoryPool::GetFreeCount() const
 {
-    return m_nFree + (m_pKept != nullptr && m_pKept != this ? 1U : 0U);
+    return m_nFree + m_nKept;
 }
 
 unsigned int ZQMemoryPool::GetTotalCount() const
