@@ -122,7 +122,7 @@ template <class Kind> bool ReadAlone(benchmark::State& state) {
 template <class Kind> bench::Outcome Contended(int threads) {
     alignas(64) Kind lock;
     long count = 0;
-    const long each = bench::Scaled(2000000, 100000) / threads;
+    const long each = bench::Scaled(500000, 100000) / threads;
     bench::Outcome out;
     out.nanoseconds = bench::RunTogether(threads, [&](int) {
         for (long i = 0; i < each; ++i) {
@@ -138,7 +138,7 @@ template <class Kind> bench::Outcome Contended(int threads) {
 
 template <class Kind> bench::Outcome ReadTogether() {
     Kind lock;
-    const long each = bench::Scaled(500000, 50000);
+    const long each = bench::Scaled(125000, 50000);
     long counts[2][16] = {};  // on cache lines of their own
     bench::Outcome out;
     out.nanoseconds = bench::RunTogether(2, [&](int thread) {
@@ -157,7 +157,7 @@ template <class Kind> bench::Outcome ReadTogether() {
 template <class Kind> bench::Outcome PingPong() {
     Kind lock;
     int turn = 0;
-    const long rounds = bench::Scaled(20000, 1000);
+    const long rounds = bench::Scaled(5000, 1000);
     long taken[2] = {};
     bench::Outcome out;
     out.nanoseconds = bench::RunTogether(2, [&](int thread) {
