@@ -1,6 +1,8 @@
 #include "support/Fatal.h"
 #include "support/Threads.h"
 
+#include <algorithm>
+#include <memory>
 #include <random>
 
 struct TimerModule {
@@ -38,6 +40,13 @@ TEST(ZQTimerTest, RunsAtItsIntervalAtOnceOrAfterOne) {
         // The tick has whole milliseconds, so an interval can be one short.
         EXPECT_GE(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(fireNow ? 198 : 297));
     }
+    const auto arriveLate = [](ZQTimer&, void* gate) {
+        SleepMs(20);
+        ArriveAt(gate);
+    };
+    Gate gate;
+    const Started slow(1, arriveLate, &gate);
+    gate.WaitFor(3);  // it stays due while it runs, also if it is the only one
 }
 
 TEST(ZQTimerTest, StopWaitsForARunningCallbackIfAskedAndNoneIsEnteredTwice) {
@@ -76,6 +85,31 @@ TEST(ZQTimerTest, StopTakesBackARunThatNoWorkerHasTaken) {
     block.Finish();
     SleepMs(30);
     EXPECT_EQ(never.Arrivals(), 0);
+}
+
+TEST(ZQTimerTest, TimersThatAreDueAtOnceRunInTheOrderOfTheirAddresses) {
+    struct Runs {
+        std::vector<const ZQTimer*> timers;
+        Gate gate;
+        static void Add(ZQTimer& timer, void* runs) {
+            static_cast<Runs*>(runs)->timers.push_back(&timer);
+            ArriveAt(&static_cast<Runs*>(runs)->gate);
+        }
+    };
+    constexpr std::size_t Due = 100;
+    for (const std::size_t dormant : {0UL, 900UL}) {
+        Runs runs;
+        std::vector<std::unique_ptr<ZQTimer>> timers(Due + dormant);
+        for (auto& timer : timers) { timer = std::make_unique<ZQTimer>(0); }
+        std::shuffle(timers.begin(), timers.end(), std::mt19937(1));
+        for (std::size_t i = 0; i < timers.size(); ++i) {
+            timers[i]->Init(5000, Runs::Add, &runs);
+            timers[i]->Start(i < Due);
+        }
+        const TimerModule module(1);  // its first look finds all, and one worker runs them
+        runs.gate.WaitFor(Due);
+        EXPECT_TRUE(std::is_sorted(runs.timers.begin(), runs.timers.end(), std::less<>()));
+    }
 }
 
 TEST(ZQTimerTest, CallbackMayStopStartAndDestroyItsTimer) {

@@ -35,7 +35,7 @@ def elements(zxx_list):
 
 def started_timers(schedule):
     """The timers of a ZQTimerSchedule, in the order in which they are handed out."""
-    vector = schedule["m_vecTimers"]["_M_impl"]
+    vector = schedule["m_vecEntries"]["_M_impl"]
     number = int(vector["_M_finish"] - vector["_M_start"])
     return sorted((vector["_M_start"][i]["pTimer"] for i in range(number)), key=int)
 

@@ -171,25 +171,30 @@ void ZQTimerGlobal::Scan()
 {
     ZQAutoMutex lock(m_mutex);
     const unsigned long now = ZQDateTime::GetTickCount();
-    for (ZQTimer* pTimer : m_setTimers.Due(now))
+    for (ZQTimerSchedule::Entry* entry : m_setTimers.Due(now))
     {
+        ZQTimer* const pTimer = entry->pTimer;
         if (!m_lstDue.linked(&pTimer->m_pShared->node) && pTimer->m_pShared->BeginRun())
         {
-            const unsigned long late = now - m_setTimers.GetDue(pTimer->m_pShared->place);
-            ZQProbe::TimerHandedOut(pTimer, pTimer->m_nInterval, pTimer->DueAfter(late));
-            HandOut(pTimer);
+            ZQProbe::TimerHandedOut(pTimer, pTimer->m_nInterval, pTimer->DueAfter(now - entry->due));
+            HandOut(*entry);
+        }
+        else
+        {
+            m_setTimers.SetDue(*entry, entry->due);
         }
     }
 }
 
-void ZQTimerGlobal::HandOut(ZQTimer* pTimer)
+void ZQTimerGlobal::HandOut(ZQTimerSchedule::Entry& entry)
 {
+    ZQTimer* const pTimer = entry.pTimer;
     DueNode* pNode = &pTimer->m_pShared->node;
     m_lstDue.link_front(pNode);
     // The interval counts from here, not from the end of the callback.
     const unsigned long now = ZQDateTime::GetTickCount();
     pTimer->m_meter.Reset(now);
-    m_setTimers.SetDue(pTimer->m_pShared->place, pTimer->DueAfter(now));
+    m_setTimers.SetDue(entry, pTimer->DueAfter(now));
     if (!QueueTask())
     {
         pTimer->m_pShared->EndRun();

@@ -67,7 +67,7 @@ private:
 
     void AfterFork();
     void Scan();
-    void HandOut(ZQTimer* pTimer) ZQ_REQUIRES(m_mutex);
+    void HandOut(ZQTimerSchedule::Entry& entry) ZQ_REQUIRES(m_mutex);
     bool QueueTask() ZQ_REQUIRES(m_mutex);
     ZQTimer* TakeDue();
     void StopThreads() ZQ_REQUIRES(m_mutexModule);

@@ -1,67 +1,106 @@
 #include "ZQTimerSchedule.h"
 
 #include <algorithm>
+#include <climits>
 #include <functional>
+
+namespace
+{
+bool LiesBefore(const ZQTimerSchedule::Entry& one, const ZQTimerSchedule::Entry& other)
+{
+    return std::less<ZQTimer*>()(one.pTimer, other.pTimer);
+}
+}  // namespace
+
+ZQTimerSchedule::ZQTimerSchedule() : m_nEarliest(ULONG_MAX)
+{
+}
 
 void ZQTimerSchedule::Add(ZQTimer* pTimer, std::size_t* place, unsigned long due)
 {
-    const std::size_t count = m_vecDue.size();
+    const std::size_t count = m_vecEntries.size();
     if (m_vecFound.capacity() == count)
     {
         // All that may be found has room beforehand, so that looking never fails.
         const std::size_t room = std::max<std::size_t>(16, 2 * count);
-        m_vecDue.reserve(room);
-        m_vecTimers.reserve(room);
+        m_vecEntries.reserve(room);
         m_vecFound.reserve(room);
     }
     *place = count;
-    m_vecDue.push_back(due);
-    m_vecTimers.push_back(Timer{pTimer, place});
+    m_vecEntries.push_back(Entry{pTimer, place, due});
+    m_nEarliest = std::min(m_nEarliest, due);
 }
 
 void ZQTimerSchedule::Remove(const ZQTimer* pTimer, std::size_t place)
 {
-    if (place >= m_vecTimers.size() || m_vecTimers[place].pTimer != pTimer)
+    if (place >= m_vecEntries.size() || m_vecEntries[place].pTimer != pTimer)
     {
         return;
     }
-    m_vecDue[place] = m_vecDue.back();
-    m_vecTimers[place] = m_vecTimers.back();
-    *m_vecTimers[place].place = place;
-    m_vecDue.pop_back();
-    m_vecTimers.pop_back();
+    m_vecEntries[place] = m_vecEntries.back();
+    *m_vecEntries[place].place = place;
+    m_vecEntries.pop_back();
 }
 
 void ZQTimerSchedule::Clear()
 {
-    m_vecDue.clear();
-    m_vecTimers.clear();
+    m_vecEntries.clear();
 }
 
-unsigned long ZQTimerSchedule::GetDue(std::size_t place) const
+void ZQTimerSchedule::SetDue(Entry& entry, unsigned long due)
 {
-    return m_vecDue[place];
+    entry.due = due;
+    m_nEarliest = std::min(m_nEarliest, due);
 }
 
-void ZQTimerSchedule::SetDue(std::size_t place, unsigned long due)
-{
-    m_vecDue[place] = due;
-}
-
-const std::vector<ZQTimer*>& ZQTimerSchedule::Due(unsigned long now)
+const std::vector<ZQTimerSchedule::Entry*>& ZQTimerSchedule::Due(unsigned long now)
 {
     m_vecFound.clear();
-    for (std::size_t i = 0; i < m_vecDue.size(); ++i)
+    if (now < m_nEarliest)
     {
-        if (m_vecDue[i] <= now)
-        {
-            m_vecFound.push_back(m_vecTimers[i].pTimer);
-        }
+        return m_vecFound;
     }
-    // Timers made one after the other mostly lie in order already.
-    if (!std::is_sorted(m_vecFound.begin(), m_vecFound.end(), std::less<ZQTimer*>()))
+    FindDue(now);
+    const auto liesBefore = [](const Entry* one, const Entry* other) { return LiesBefore(*one, *other); };
+    if (std::is_sorted(m_vecFound.begin(), m_vecFound.end(), liesBefore))
     {
-        std::sort(m_vecFound.begin(), m_vecFound.end(), std::less<ZQTimer*>());
+        return m_vecFound;  // as timers that are made one after the other mostly are
+    }
+    if (m_vecFound.size() > m_vecEntries.size() / 4)
+    {
+        // All of them cost little more, and stay in order.
+        Sort();
+        FindDue(now);
+    }
+    else
+    {
+        std::sort(m_vecFound.begin(), m_vecFound.end(), liesBefore);
     }
     return m_vecFound;
+}
+
+void ZQTimerSchedule::FindDue(unsigned long now)
+{
+    m_vecFound.clear();
+    m_nEarliest = ULONG_MAX;
+    for (Entry& entry : m_vecEntries)
+    {
+        if (entry.due <= now)
+        {
+            m_vecFound.push_back(&entry);
+        }
+        else
+        {
+            m_nEarliest = std::min(m_nEarliest, entry.due);
+        }
+    }
+}
+
+void ZQTimerSchedule::Sort()
+{
+    std::sort(m_vecEntries.begin(), m_vecEntries.end(), LiesBefore);
+    for (std::size_t place = 0; place < m_vecEntries.size(); ++place)
+    {
+        *m_vecEntries[place].place = place;
+    }
 }

@@ -6,15 +6,23 @@
 
 class ZQTimer;
 
-/// The started timers and when each is due, packed: a look at ten thousand of them reads eighty kilobytes in a row instead of
-/// every timer, and to start or stop one costs the same among any number.
+/// The started timers and when each is due, packed: a look at them reads a row of memory instead of every timer, or nothing while
+/// none is due, and to start or stop one costs the same among any number.
 /// Threads: one at a time. Times are ticks of ZQDateTime::GetTickCount().
 class ZQTimerSchedule
 {
 public:
+    /// A started timer.
+    struct Entry
+    {
+        ZQTimer* pTimer;
+        std::size_t* place;  // where this is kept; belongs to the timer
+        unsigned long due;
+    };
     /// Where a timer is that was never taken up.
     static constexpr std::size_t NoPlace = static_cast<std::size_t>(-1);
 
+    ZQTimerSchedule();
     /// Takes up @p pTimer, which is not in here.
     /// @param place  where it is kept, written whenever that changes; belongs to the timer
     /// @exception std::bad_alloc  then nothing has changed
@@ -24,22 +32,19 @@ public:
     void Remove(const ZQTimer* pTimer, std::size_t place);
     /// Drops all; their places are left as they are.
     void Clear();
-    unsigned long GetDue(std::size_t place) const;
-    void SetDue(std::size_t place, unsigned long due);
+    /// Sets when @p entry is due next, which every one that Due() returns needs: also one that stays due.
+    void SetDue(Entry& entry, unsigned long due);
     /// The timers that are due at @p now, in ascending order of their addresses. Valid until the next call of anything but
     /// SetDue().
-    const std::vector<ZQTimer*>& Due(unsigned long now);
+    const std::vector<Entry*>& Due(unsigned long now);
 
 private:
-    struct Timer
-    {
-        ZQTimer* pTimer;
-        std::size_t* place;
-    };
+    void FindDue(unsigned long now);
+    void Sort();
 
-    std::vector<unsigned long> m_vecDue;
-    std::vector<Timer> m_vecTimers;  // whose times these are
-    std::vector<ZQTimer*> m_vecFound;
+    std::vector<Entry> m_vecEntries;
+    std::vector<Entry*> m_vecFound;
+    unsigned long m_nEarliest;  // none is due before
 };
 
 #endif
