@@ -14,7 +14,7 @@
 namespace
 {
 constexpr int WaitSliceMs = 1000;
-constexpr std::size_t MostSpareTasks = 4096;
+constexpr std::size_t MostSpareTasks = 16384;
 
 /// Makes a thread object, which belongs to @p threads; null without memory.
 ZQThread* AppendThread(std::vector<ZQThread*>& threads)
