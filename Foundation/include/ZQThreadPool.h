@@ -194,6 +194,8 @@ public:
     /// @}
 
 private:
+    friend class ZQTimerGlobal;
+
     struct _StruTask
     {
         TaskFunction pfnTask;
@@ -201,6 +203,7 @@ private:
     };
 
     void AfterFork() ZQ_NO_THREAD_SAFETY_ANALYSIS;
+    int StartTimes(TaskFunction fn, void* arg, int n);
     void QueueTask(const _StruTask& task) ZQ_REQUIRES(m_mutex);
     void WakeOrAddThread() ZQ_REQUIRES(m_mutex);
     void RunFirstTask() ZQ_REQUIRES(m_mutex);

@@ -87,6 +87,32 @@ bool ZQThreadPool::Start(TaskFunction fn, void* arg)
     return true;
 }
 
+/// Start() of the same task @p n times, under one lock.
+/// @return how many are queued; fewer in a stopped pool and without memory
+int ZQThreadPool::StartTimes(TaskFunction fn, void* arg, int n)
+{
+    AfterFork();
+    ZQAutoMutex lock(m_mutex);
+    int queued = 0;
+    try
+    {
+        for (; queued < n && ZQRelaxedLoad(m_bRunning); ++queued)
+        {
+            QueueTask(_StruTask{fn, arg});
+        }
+    }
+    catch (const std::bad_alloc&)
+    {
+        // Those that are queued are run.
+    }
+    const int wakes = m_nIdleThreads > 0 ? std::min(queued, m_nIdleThreads) : queued;
+    for (int i = 0; i < wakes; ++i)
+    {
+        WakeOrAddThread();
+    }
+    return queued;
+}
+
 bool ZQThreadPool::IsSelfThread(long threadId)
 {
     AfterFork();

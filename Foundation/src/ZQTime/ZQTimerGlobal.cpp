@@ -6,11 +6,13 @@
 #include "ZQOSApi.h"
 #include "ZQProbe.h"
 
+#include <algorithm>
 #include <new>
 
 namespace
 {
 constexpr int ScanMs = 5;
+constexpr std::size_t Batch = 16;  // timers that are handed out at a time, while the next ones come from memory
 constexpr int PoolMinThreads = 1;
 constexpr int PoolIdleSeconds = 120;
 constexpr int UninitLine = 1295;  // the line that the documented report of one ModuleUninit() too many names
@@ -165,53 +167,58 @@ void ZQTimerGlobal::_FreeListMangerNode(DueNode*, void*)
 {
 }
 
-/// Hands out every timer that is due. What the timers' own locks guard is read without them: it changes only while a timer is
-/// not in the set.
+/// Hands out every timer that is due.
 void ZQTimerGlobal::Scan()
 {
     ZQAutoMutex lock(m_mutex);
     const unsigned long now = ZQDateTime::GetTickCount();
-    for (ZQTimerSchedule::Entry* entry : m_setTimers.Due(now))
+    const std::vector<ZQTimerSchedule::Entry*>& due = m_setTimers.Due(now);
+    for (std::size_t i = 0; i < due.size(); i += Batch)
     {
-        ZQTimer* const pTimer = entry->pTimer;
-        if (!m_lstDue.linked(&pTimer->m_pShared->node) && pTimer->m_pShared->BeginRun())
+        for (std::size_t next = i + Batch; next < std::min(i + 2 * Batch, due.size()); ++next)
         {
-            ZQProbe::TimerHandedOut(pTimer, pTimer->m_nInterval, pTimer->DueAfter(now - entry->due));
-            HandOut(*entry);
+            __builtin_prefetch(&due[next]->pTimer->m_meter, 1);
+            __builtin_prefetch(due[next]->place, 1);  // in its shared state
         }
-        else
-        {
-            m_setTimers.SetDue(*entry, entry->due);
-        }
+        HandOut(&due[i], std::min(Batch, due.size() - i), now);
     }
 }
 
-void ZQTimerGlobal::HandOut(ZQTimerSchedule::Entry& entry)
+/// Hands out up to as many timers as a batch has, but those that still run. What the timers' own locks guard is read without
+/// them: it changes only while a timer is not in the set.
+void ZQTimerGlobal::HandOut(ZQTimerSchedule::Entry* const* due, std::size_t n, unsigned long now)
 {
-    ZQTimer* const pTimer = entry.pTimer;
-    DueNode* pNode = &pTimer->m_pShared->node;
-    m_lstDue.link_front(pNode);
-    // The interval counts from here, not from the end of the callback.
-    const unsigned long now = ZQDateTime::GetTickCount();
-    pTimer->m_meter.Reset(now);
-    m_setTimers.SetDue(entry, pTimer->DueAfter(now));
-    if (!QueueTask())
+    ZQTimerSchedule::Entry* handedOut[Batch];
+    int count = 0;
+    for (std::size_t i = 0; i < n; ++i)
     {
-        pTimer->m_pShared->EndRun();
-        m_lstDue.detach(pNode);  // the count stays; nothing here goes by it
+        ZQTimer* const pTimer = due[i]->pTimer;
+        if (m_lstDue.linked(&pTimer->m_pShared->node) || !pTimer->m_pShared->BeginRun())
+        {
+            m_setTimers.SetDue(*due[i], due[i]->due);
+            continue;
+        }
+        ZQProbe::TimerHandedOut(pTimer, pTimer->m_nInterval, pTimer->DueAfter(now - due[i]->due));
+        m_lstDue.link_front(&pTimer->m_pShared->node);
+        handedOut[count++] = due[i];
     }
-}
-
-/// Asks the pool for a worker. @return `false` if it takes no task, or has no memory for it
-bool ZQTimerGlobal::QueueTask()
-{
-    try
+    if (count == 0)
     {
-        return m_pPool->Start(ThreadPoolProxy, this);
+        return;
     }
-    catch (const std::bad_alloc&)
+    const int queued = m_pPool->StartTimes(ThreadPoolProxy, this, count);
+    // The intervals count from here, not from the end of the callbacks.
+    const unsigned long from = ZQDateTime::GetTickCount();
+    for (int i = 0; i < count; ++i)
     {
-        return false;
+        ZQTimer* const pTimer = handedOut[i]->pTimer;
+        pTimer->m_meter.Reset(from);
+        m_setTimers.SetDue(*handedOut[i], pTimer->DueAfter(from));
+        if (i >= queued)
+        {
+            pTimer->m_pShared->EndRun();
+            m_lstDue.detach(&pTimer->m_pShared->node);  // the count stays; nothing here goes by it
+        }
     }
 }
 

@@ -67,8 +67,7 @@ private:
 
     void AfterFork();
     void Scan();
-    void HandOut(ZQTimerSchedule::Entry& entry) ZQ_REQUIRES(m_mutex);
-    bool QueueTask() ZQ_REQUIRES(m_mutex);
+    void HandOut(ZQTimerSchedule::Entry* const* due, std::size_t n, unsigned long now) ZQ_REQUIRES(m_mutex);
     ZQTimer* TakeDue();
     void StopThreads() ZQ_REQUIRES(m_mutexModule);
     void DropDue() ZQ_REQUIRES(m_mutex);
