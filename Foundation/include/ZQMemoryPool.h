@@ -38,8 +38,8 @@
 /// | `false`   | constant time                     | need not be found: the list gets out of order, and the pool grows |
 /// | `true`    | goes over the chunk's free slices | are always found                                                  |
 ///
-/// Up to 64 single blocks that are freed one after the other are kept as they are for the next allocations, where those would
-/// get them anyway: to replace blocks, or to give some back and take as many, costs least.
+/// Up to 64 single blocks that were freed last are kept for the next single allocations, which get the same blocks as without
+/// that, only faster: to replace blocks, or to give some back and take as many, costs least.
 ///
 /// Freeing several slices goes over the chunk's free slices in either case. An ordered pool starts at what it took back last,
 /// if that is still free and lies before them in the chunk, so a queue that frees in the order of allocation pays nothing
@@ -126,12 +126,13 @@ private:
     unsigned int m_nTotal;
     ZxxListInner<char*> m_lstChunks;  // all chunks, the oldest first
     unsigned int m_nFree;
-    _StruChunk* m_pFreeChunks;  // those with a free slice, the last to get one first
+    _StruChunk* m_pFreeChunks;  // those with a free slice in their lists, the last to get one first
     void* m_pLastFreed;         // a slice in an ordered list, to look for the next one's place from if it is still free
-    // Single blocks that were freed and that the next single allocations take as they are, the last one first, so that their
-    // chunks are not touched. Every other call puts them back before anything else.
+    // Single blocks that were freed and are not in their chunks' lists yet, nor counted there. The next single allocations take
+    // them, the last one first. A free that does not fit, and what takes several slices or gives chunks back, puts them into the
+    // lists before.
     static constexpr unsigned int MaxKept = 64;
-    _StruChunk* m_pKeptChunk;  // of this one more blocks may be kept, while there are fewer than m_nMostKept
+    _StruChunk* m_pKeptChunk;  // whose blocks are kept without a look at it, while there are fewer than m_nMostKept
     unsigned int m_nMostKept;
     unsigned int m_nKept;
     void* m_aKept[MaxKept];

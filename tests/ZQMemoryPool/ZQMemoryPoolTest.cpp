@@ -177,11 +177,24 @@ TEST(ZQMemoryPoolDeathTest, BrokenCountsAreReported) {
         pool.ShrinkMemory(0);  // takes two free slices off, where there was one
         pool.Malloc(2);
     };
-    ExpectAbort([&] { ForgeFreeCount(block, 2), pool.Free(block); },
-                "Foundation/src/ZQMemoryPool:334: void ZQMemoryPool::AddOrdered\\(void\\*, unsigned int, void\\*\\): "
-                "Assertion `pCHK->nFrees<=pCHK->nPartition' failed");
-    ExpectCrash([&] { ForgeFreeCount(block, 2), pool.ShrinkMemory(0); },
-                "_Abort: prev, Foundation/src/ZQMemoryPool, 132\n");
+    const auto freeTwice = [&] {
+        // Counts that are zero, if it is taken for a chunk.
+        std::memset(other, 0, 24);
+        std::memset(block, 0, 24);
+        pool.Free(other);
+        pool.ShrinkMemory(1);
+        pool.Free(block);
+        pool.Free(block);
+    };
+    const char* const tooMany =
+        "Foundation/src/ZQMemoryPool:334: void ZQMemoryPool::AddOrdered\\(void\\*, unsigned int, void\\*\\): "
+        "Assertion `pCHK->nFrees<=pCHK->nPartition' failed";
+    const char* const missing = "_Abort: prev, Foundation/src/ZQMemoryPool, 132\n";
+    ZQMemoryPool another(24, 1, 0, false);
+    ExpectAbort([&] { ForgeFreeCount(block, 2), pool.Free(block); }, tooMany);
+    ExpectAbort(freeTwice, tooMany);
+    ExpectCrash([&] { ForgeFreeCount(block, 2), pool.ShrinkMemory(0); }, missing);
+    ExpectCrash([&] { pool.Free(another.Malloc(1)), another.ShrinkMemory(0); }, missing);
     ExpectCrash(loseSlice, "_Abort: m_nFree>=n, Foundation/src/ZQMemoryPool, 354\n");
 }
 

@@ -47,7 +47,9 @@ void* ZQMemoryPool::Malloc(unsigned short n)
     }
     if (__builtin_expect(m_nKept != 0, 1))
     {
-        return m_aKept[--m_nKept];
+        void* const kept = m_aKept[--m_nKept];
+        _StruSlice::Of(kept)->nSlices = 1;
+        return kept;
     }
     // A single slice is the first one of the first chunk, without a search. A chunk is listed only while it has one. Blocks of
     // this pool that another one took back are missing from the count, which must not go below zero for that.
@@ -173,6 +175,7 @@ void ZQMemoryPool::Free(void* p)
                                   (!m_bOrdered || p < m_aKept[kept - 1]),
                               1))
     {
+        slice->nSlices = 0;
         m_aKept[kept] = p;
         m_nKept = kept + 1;
         return;
@@ -180,37 +183,44 @@ void ZQMemoryPool::Free(void* p)
     FreeOther(slice);
 }
 
-/// Keeps a block where none is kept, if it is the one that the next single allocation will get.
+/// Keeps a block where none is kept, if it is the one that the next single allocation will get. What is wrong with it is left to
+/// AddOrdered(), which reports it in the very call.
 inline bool ZQMemoryPool::KeepFirst(_StruSlice* slice)
 {
     _StruChunk* const chunk = slice->pChunk;
     const _StruSlice* const next = chunk->pFree;
     const bool isNext =
         __builtin_expect(next == nullptr, 1) || (chunk == m_pFreeChunks && (!m_bOrdered || slice < next));
-    if (__builtin_expect(!isNext || chunk->nFrees >= chunk->nPartition || slice->nSlices != 1, 0))
+    if (__builtin_expect(!isNext || chunk->nFrees >= chunk->nPartition || slice->nSlices != 1 || chunk->pPool != this,
+                         0))
     {
         return false;
     }
+    slice->nSlices = 0;
     m_aKept[0] = slice->Memory();
     m_nKept = 1;
-    m_nMostKept = 0;  // what comes on top of it has to be looked at
+    m_nMostKept = 0;  // KeepNext() has to look at what comes on top of it
     return true;
 }
 
-/// Keeps a block on top of others, if it is the one that the next single allocation will get, and the ones after that those.
+/// Keeps a block on top of others, if it is the one that the next single allocation will get, and the ones after that will get the
+/// others in turn.
 bool ZQMemoryPool::KeepNext(_StruSlice* slice)
 {
     _StruChunk* const chunk = slice->pChunk;
     const _StruSlice* const top = _StruSlice::Of(m_aKept[m_nKept - 1]);
     const _StruSlice* const bottom = _StruSlice::Of(m_aKept[0]);
-    // A full chunk becomes the first one by a free, but whether it is full is told only while at most one other has blocks here.
+    // The free of a block makes a full chunk the first one. That its list is empty says that it is full only if none of its blocks
+    // are kept, which is certain while all that are kept are of the top one's chunk.
     const bool isNext =
         chunk == top->pChunk ? !m_bOrdered || slice < top : chunk->pFree == nullptr && top->pChunk == bottom->pChunk;
+    // Blocks of the other chunk count here too: that may be too few, never too many.
     const int most = std::min<int>(chunk->nPartition - chunk->nFrees, MaxKept);
-    if (!isNext || static_cast<int>(m_nKept) >= most || slice->nSlices != 1)
+    if (!isNext || static_cast<int>(m_nKept) >= most || slice->nSlices != 1 || chunk->pPool != this)
     {
         return false;
     }
+    slice->nSlices = 0;
     m_aKept[m_nKept++] = slice->Memory();
     m_nMostKept = static_cast<unsigned int>(most);
     m_pKeptChunk = chunk;
@@ -235,7 +245,7 @@ __attribute__((noinline)) void ZQMemoryPool::FreeOther(_StruSlice* slice)
     AddOrdered(slice, slice->nSlices, slice->pChunk);
 }
 
-/// Puts the blocks that Free() has kept where they belong.
+/// Puts the kept blocks into their chunks' lists, in the order in which they were freed.
 void ZQMemoryPool::PutBack()
 {
     for (unsigned int i = 0; i < m_nKept; ++i)

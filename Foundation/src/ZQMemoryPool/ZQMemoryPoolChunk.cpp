@@ -60,7 +60,7 @@ ZQMemoryPool::_StruSlice* ZQMemoryPool::StartFor(const void* p, _StruChunk* chun
     if (chunk < m_pLastFreed && m_pLastFreed < p)
     {
         _StruSlice* const last = std::launder(static_cast<_StruSlice*>(m_pLastFreed));
-        if (last->pChunk != chunk)  // else it is a block by now
+        if (last->pChunk != chunk)  // else it is a block by now, in use or kept
         {
             return last;
         }

@@ -17,10 +17,11 @@ struct ZQMemoryPool::_StruSlice
 {
     union
     {
-        _StruSlice* pNext;   ///< While it is free: the next free slice of the chunk, or null.
-        _StruChunk* pChunk;  ///< In use: where the block comes from.
+        _StruSlice* pNext;   ///< While it is in the chunk's list: the next free slice, or null.
+        _StruChunk* pChunk;  ///< In use, or kept by the pool: where the block comes from.
     };
-    unsigned short nSlices;  ///< How many slices the block takes. 1 while free, so that single slices need not set it.
+    unsigned short
+        nSlices;  ///< How many slices the block takes; 1 in the list, 0 while the pool keeps it, so that a second free shows.
 
     /// The start of the block that a caller holds.
     static _StruSlice* Of(void* memory);
@@ -33,9 +34,9 @@ struct ZQMemoryPool::_StruChunk
 {
     _StruChunk* pNext;  ///< The next one in m_pFreeChunks; null at the end and while not listed.
     ZQMemoryPool* pPool;
-    _StruSlice* pFree;
+    _StruSlice* pFree;          ///< The list of free slices, without those that the pool keeps.
     unsigned short nPartition;  ///< Slices.
-    unsigned short nFrees;      ///< Free slices.
+    unsigned short nFrees;      ///< Free slices in the list.
     unsigned int nMissing;      ///< There is no run of so many slices or of more; 0 if nothing is known.
 
     /// The chunk at an address that m_lstChunks keeps.
@@ -52,8 +53,8 @@ struct ZQMemoryPool::_StruChunk
 
 // Allocating and freeing a single slice are a few instructions, so what they are made of is inline.
 //
-// Headers are made by placement new when a chunk is new and when a run is freed, so that memory which the caller wrote in
-// between is never read as one; that of a single slice stays.
+// Headers are made by placement new when slices enter a chunk's list, so that memory which the caller wrote in between is never
+// read as one. A single slice that is taken from the list, or kept, goes on with the header that it has.
 
 inline ZQMemoryPool::_StruSlice* ZQMemoryPool::_StruSlice::Of(void* memory)
 {
