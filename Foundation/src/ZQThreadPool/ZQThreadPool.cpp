@@ -87,24 +87,26 @@ bool ZQThreadPool::Start(TaskFunction fn, void* arg)
     return true;
 }
 
-/// Start() of the same task @p n times, under one lock.
-/// @return how many are queued; fewer in a stopped pool and without memory
+/// Like @p n calls of Start() with the same task, under one lock.
+/// @return how many were queued: fewer than @p n if the pool is stopped or memory runs out
 int ZQThreadPool::StartTimes(TaskFunction fn, void* arg, int n)
 {
     AfterFork();
     ZQAutoMutex lock(m_mutex);
     int queued = 0;
-    try
+    for (int i = 0; i < n && ZQRelaxedLoad(m_bRunning); ++i)
     {
-        for (; queued < n && ZQRelaxedLoad(m_bRunning); ++queued)
+        try
         {
             QueueTask(_StruTask{fn, arg});
+            ++queued;
+        }
+        catch (const std::bad_alloc&)
+        {
+            continue;  // a shortage may pass
         }
     }
-    catch (const std::bad_alloc&)
-    {
-        // Those that are queued are run.
-    }
+    // A worker that takes a task wakes the next one, so more signals than sleepers are of no use.
     const int wakes = m_nIdleThreads > 0 ? std::min(queued, m_nIdleThreads) : queued;
     for (int i = 0; i < wakes; ++i)
     {

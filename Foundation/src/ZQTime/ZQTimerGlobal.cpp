@@ -12,7 +12,7 @@
 namespace
 {
 constexpr int ScanMs = 5;
-constexpr std::size_t Batch = 16;  // timers that are handed out at a time, while the next ones come from memory
+constexpr std::size_t Batch = 16;  // timers handed out at a time; those of the next batch come into the cache meanwhile
 constexpr int PoolMinThreads = 1;
 constexpr int PoolIdleSeconds = 120;
 constexpr int UninitLine = 1295;  // the line that the documented report of one ModuleUninit() too many names
@@ -184,8 +184,8 @@ void ZQTimerGlobal::Scan()
     }
 }
 
-/// Hands out up to as many timers as a batch has, but those that still run. What the timers' own locks guard is read without
-/// them: it changes only while a timer is not in the set.
+/// Hands out a batch of due timers, except those that still wait for a worker or run. What the timers' own locks guard is read
+/// without them: it changes only while a timer is not in the set.
 void ZQTimerGlobal::HandOut(ZQTimerSchedule::Entry* const* due, std::size_t n, unsigned long now)
 {
     ZQTimerSchedule::Entry* handedOut[Batch];
@@ -207,7 +207,8 @@ void ZQTimerGlobal::HandOut(ZQTimerSchedule::Entry* const* due, std::size_t n, u
         return;
     }
     const int queued = m_pPool->StartTimes(ThreadPoolProxy, this, count);
-    // The intervals count from here, not from the end of the callbacks.
+    // The intervals count from here, not from the end of the callbacks. One look at the clock does for all: no worker can take
+    // any of them before the lock is given back.
     const unsigned long from = ZQDateTime::GetTickCount();
     for (int i = 0; i < count; ++i)
     {

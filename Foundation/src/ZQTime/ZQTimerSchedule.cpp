@@ -40,6 +40,7 @@ void ZQTimerSchedule::Remove(const ZQTimer* pTimer, std::size_t place)
     m_vecEntries[place] = m_vecEntries.back();
     *m_vecEntries[place].place = place;
     m_vecEntries.pop_back();
+    // The first tick stays: too early costs one look in vain.
 }
 
 void ZQTimerSchedule::Clear()
@@ -64,11 +65,11 @@ const std::vector<ZQTimerSchedule::Entry*>& ZQTimerSchedule::Due(unsigned long n
     const auto liesBefore = [](const Entry* one, const Entry* other) { return LiesBefore(*one, *other); };
     if (std::is_sorted(m_vecFound.begin(), m_vecFound.end(), liesBefore))
     {
-        return m_vecFound;  // as timers that are made one after the other mostly are
+        return m_vecFound;  // timers that are made one after the other mostly lie in order
     }
     if (m_vecFound.size() > m_vecEntries.size() / 4)
     {
-        // All of them cost little more, and stay in order.
+        // To sort all costs little more, and the next look finds them in order.
         Sort();
         FindDue(now);
     }

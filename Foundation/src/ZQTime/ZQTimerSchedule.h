@@ -6,8 +6,8 @@
 
 class ZQTimer;
 
-/// The started timers and when each is due, packed: a look at them reads a row of memory instead of every timer, or nothing while
-/// none is due, and to start or stop one costs the same among any number.
+/// The started timers and when each is due, packed: a look reads one row of memory instead of every timer, and nothing at all
+/// while none is due. To start or stop a timer costs the same however many there are.
 /// Threads: one at a time. Times are ticks of ZQDateTime::GetTickCount().
 class ZQTimerSchedule
 {
@@ -16,7 +16,7 @@ public:
     struct Entry
     {
         ZQTimer* pTimer;
-        std::size_t* place;  // where this is kept; belongs to the timer
+        std::size_t* place;  // the timer's note of where this entry is
         unsigned long due;
     };
     /// Where a timer is that was never taken up.
@@ -32,7 +32,8 @@ public:
     void Remove(const ZQTimer* pTimer, std::size_t place);
     /// Drops all; their places are left as they are.
     void Clear();
-    /// Sets when @p entry is due next, which every one that Due() returns needs: also one that stays due.
+    /// Sets when @p entry is due next. To be called for every entry that Due() returns, also for one that stays due: the first
+    /// tick that is kept leaves them out.
     void SetDue(Entry& entry, unsigned long due);
     /// The timers that are due at @p now, in ascending order of their addresses. Valid until the next call of anything but
     /// SetDue().
@@ -44,7 +45,7 @@ private:
 
     std::vector<Entry> m_vecEntries;
     std::vector<Entry*> m_vecFound;
-    unsigned long m_nEarliest;  // none is due before
+    unsigned long m_nEarliest;  // no timer is due before this tick; it may be too early, never too late
 };
 
 #endif
