@@ -112,6 +112,7 @@ private:
     static _StruSlice* FindPrev(_StruSlice* head, const void* p);
     _StruSlice* StartFor(const void* p, _StruChunk* chunk) const;
     void AddOrdered(void* p, unsigned int n, void* chunk);
+    void Keep(_StruSlice* slice, unsigned int kept);
     bool KeepFirst(_StruSlice* slice);
     bool KeepNext(_StruSlice* slice);
     void FreeOther(_StruSlice* slice);

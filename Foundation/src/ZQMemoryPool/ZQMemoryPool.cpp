@@ -175,12 +175,18 @@ void ZQMemoryPool::Free(void* p)
                                   (!m_bOrdered || p < m_aKept[kept - 1]),
                               1))
     {
-        slice->nSlices = 0;
-        m_aKept[kept] = p;
-        m_nKept = kept + 1;
+        Keep(slice, kept);
         return;
     }
     FreeOther(slice);
+}
+
+/// Keeps a block on top of the @p kept ones, marked for a second free of it to show.
+inline void ZQMemoryPool::Keep(_StruSlice* slice, unsigned int kept)
+{
+    slice->nSlices = 0;
+    m_aKept[kept] = slice->Memory();
+    m_nKept = kept + 1;
 }
 
 /// Keeps a block where none is kept, if it is the one that the next single allocation will get. What is wrong with it is left to
@@ -196,9 +202,7 @@ inline bool ZQMemoryPool::KeepFirst(_StruSlice* slice)
     {
         return false;
     }
-    slice->nSlices = 0;
-    m_aKept[0] = slice->Memory();
-    m_nKept = 1;
+    Keep(slice, 0);
     m_nMostKept = 0;  // KeepNext() has to look at what comes on top of it
     return true;
 }
@@ -220,8 +224,7 @@ bool ZQMemoryPool::KeepNext(_StruSlice* slice)
     {
         return false;
     }
-    slice->nSlices = 0;
-    m_aKept[m_nKept++] = slice->Memory();
+    Keep(slice, m_nKept);
     m_nMostKept = static_cast<unsigned int>(most);
     m_pKeptChunk = chunk;
     return true;

@@ -20,8 +20,7 @@ struct ZQMemoryPool::_StruSlice
         _StruSlice* pNext;   ///< While it is in the chunk's list: the next free slice, or null.
         _StruChunk* pChunk;  ///< In use, or kept by the pool: where the block comes from.
     };
-    unsigned short
-        nSlices;  ///< How many slices the block takes; 1 in the list, 0 while the pool keeps it, so that a second free shows.
+    unsigned short nSlices;  ///< How many slices the block takes; 1 in the list, 0 while the pool keeps it.
 
     /// The start of the block that a caller holds.
     static _StruSlice* Of(void* memory);
