@@ -73,7 +73,7 @@ void ZQCond::Wait(ZQMutex& mutex)
     pthread_cond_wait(&m_hOS, &mutex.m_hOS);
 }
 
-ZQCond::CondErrno ZQCond::WaitTimeout(ZQMutex& mutex, int ms)
+__attribute__((hot)) ZQCond::CondErrno ZQCond::WaitTimeout(ZQMutex& mutex, int ms)
 {
     AfterFork();
     timespec ts;
@@ -102,7 +102,7 @@ ZQCond::CondErrno ZQCond::WaitTimeout(ZQMutex& mutex, int ms)
     return error == ETIMEDOUT ? CondTimedOut : CondFailed;
 }
 
-void ZQCond::Signal()
+__attribute__((hot)) void ZQCond::Signal()
 {
     AfterFork();
     MutexCheck.AbortUnless(0 == pthread_cond_signal(&m_hOS), "0==pthread_cond_signal(&m_hOS)",

@@ -18,7 +18,7 @@ ZQMutex::~ZQMutex()
     pthread_mutex_destroy(&m_hOS);
 }
 
-void ZQMutex::Lock() ZQ_NO_THREAD_SAFETY_ANALYSIS
+__attribute__((hot)) void ZQMutex::Lock() ZQ_NO_THREAD_SAFETY_ANALYSIS
 {
     MutexCheck.AbortUnless(0 == pthread_mutex_lock(&m_hOS), "0==pthread_mutex_lock(&m_hOS)",
                            "ZQMutex::Lock pthread_mutex_lock fail.\n");
@@ -26,7 +26,7 @@ void ZQMutex::Lock() ZQ_NO_THREAD_SAFETY_ANALYSIS
     m_nLocked = 1;
 }
 
-void ZQMutex::Unlock() ZQ_NO_THREAD_SAFETY_ANALYSIS
+__attribute__((hot)) void ZQMutex::Unlock() ZQ_NO_THREAD_SAFETY_ANALYSIS
 {
     MutexCheck.AbortUnless(0 != m_nLocked, "0 != m_nLocked", "ZQMutex::Unlock unlock no locked");
     --m_nLocked;
@@ -45,12 +45,12 @@ bool ZQMutex::TryLock() ZQ_NO_THREAD_SAFETY_ANALYSIS
     return true;
 }
 
-ZQAutoMutex::ZQAutoMutex(ZQMutex& mutex) : m_mutex(mutex)
+__attribute__((hot)) ZQAutoMutex::ZQAutoMutex(ZQMutex& mutex) : m_mutex(mutex)
 {
     m_mutex.Lock();
 }
 
-ZQAutoMutex::~ZQAutoMutex()
+__attribute__((hot)) ZQAutoMutex::~ZQAutoMutex()
 {
     m_mutex.Unlock();
 }

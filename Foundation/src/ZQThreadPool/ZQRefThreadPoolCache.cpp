@@ -18,13 +18,13 @@ void ZQRefThreadPool::DelTaskNode(TaskNode* node, void* context)
     ZxxListInner<_StruRefTask>::free_node(node, context);
 }
 
-ZQRefThreadPool::TaskNode* ZQRefThreadPool::CallocTaskNodeFromCache(void* cache)
+__attribute__((hot)) ZQRefThreadPool::TaskNode* ZQRefThreadPool::CallocTaskNodeFromCache(void* cache)
 {
     TaskNode* pNode = ZQTakeLastNode(*static_cast<ZxxListInner<_StruRefTask>*>(cache));
     return pNode != nullptr ? pNode : NewTaskNode(nullptr);
 }
 
-void ZQRefThreadPool::FreeTaskNodeToCache(TaskNode* node, void* cache)
+__attribute__((hot)) void ZQRefThreadPool::FreeTaskNodeToCache(TaskNode* node, void* cache)
 {
     auto& list = *static_cast<ZxxListInner<_StruRefTask>*>(cache);
     if (list.size() < TaskCacheBound)

@@ -83,7 +83,7 @@ ZQCond& ZQRefThreadPool::MyThread::GetCond()
     return m_cond;
 }
 
-void ZQRefThreadPool::MyThread::Signal()
+__attribute__((hot)) void ZQRefThreadPool::MyThread::Signal()
 {
     m_cond.Signal();
 }
@@ -111,7 +111,7 @@ void ZQRefThreadPool::ThreadProxy(ZQThread& thread, void* pPool)
     static_cast<ZQRefThreadPool*>(pPool)->ThreadEntry(thread);
 }
 
-void ZQRefThreadPool::ThreadEntry(ZQThread& thread)
+__attribute__((hot)) void ZQRefThreadPool::ThreadEntry(ZQThread& thread)
 {
     pthread_setname_np(pthread_self(), "ZQRefPool");
     ZQTimeMeter meter;

@@ -26,34 +26,39 @@ void LeaveToParent(const ZQTaskPoolCore& core)
         pPool->Unref();
     }
 }
-}  // namespace
 
-ZQTaskPool::ZQTaskPool(long lMaxWaitTasks, int iThreadNums) : m_pCore(nullptr)
+/// Puts a new core where @p pParents, which has come over a fork, still stands in @p place: the parent's threads are about to
+/// go on with the other.
+__attribute__((cold, noinline)) ZQTaskPoolCore* CoreOfChild(ZQTaskPoolCore*& place, ZQTaskPoolCore* pParents)
 {
-    ThreadPoolCheck.CrashUnless(iThreadNums > 0, "iThreadNums>0");
-    m_pCore = new (std::nothrow) ZQTaskPoolCore(lMaxWaitTasks, iThreadNums);
-}
-
-/// The state; in a forked child that of a pool just made, since the parent's threads are about to go on with the other.
-ZQTaskPoolCore* ZQTaskPool::Core()
-{
-    ZQTaskPoolCore* pCore = ZQAcquireLoad(m_pCore);
-    if (pCore == nullptr || !ZQFork::CameOver(pCore->m_nFork))
-    {
-        return pCore;
-    }
-    ZQTaskPoolCore* pNew = new (std::nothrow) ZQTaskPoolCore(pCore->m_lMaxWaitTasks, pCore->m_iMaxThread);
-    if (!__atomic_compare_exchange_n(&m_pCore, &pCore, pNew, false, __ATOMIC_ACQ_REL, __ATOMIC_ACQUIRE))
+    ZQTaskPoolCore* pFound = pParents;
+    ZQTaskPoolCore* pNew = new (std::nothrow) ZQTaskPoolCore(pParents->m_lMaxWaitTasks, pParents->m_iMaxThread);
+    if (!__atomic_compare_exchange_n(&place, &pFound, pNew, false, __ATOMIC_ACQ_REL, __ATOMIC_ACQUIRE))
     {
         if (pNew != nullptr)
         {
             pNew->m_mutex.Lock();
             pNew->Release();
         }
-        return pCore;  // another thread was first
+        return pFound;  // another thread was first
     }
-    LeaveToParent(*pCore);
+    LeaveToParent(*pParents);
     return pNew;
+}
+}  // namespace
+
+/// The state; in a forked child that of a pool just made. Small, so that it goes into every caller: a pool that has been idle
+/// starts a task sooner the less code that takes.
+ZQTaskPoolCore* ZQTaskPool::Core()
+{
+    ZQTaskPoolCore* const pCore = ZQAcquireLoad(m_pCore);
+    return pCore != nullptr && ZQFork::CameOver(pCore->m_nFork) ? CoreOfChild(m_pCore, pCore) : pCore;
+}
+
+ZQTaskPool::ZQTaskPool(long lMaxWaitTasks, int iThreadNums) : m_pCore(nullptr)
+{
+    ThreadPoolCheck.CrashUnless(iThreadNums > 0, "iThreadNums>0");
+    m_pCore = new (std::nothrow) ZQTaskPoolCore(lMaxWaitTasks, iThreadNums);
 }
 
 ZQTaskPool::~ZQTaskPool()
@@ -122,7 +127,7 @@ bool ZQTaskPool::IsReady()
     return pCore->IsBound() && pCore->m_nStatus == 0;
 }
 
-int ZQTaskPool::Task(void* data, bool bUrgent)
+__attribute__((hot)) int ZQTaskPool::Task(void* data, bool bUrgent)
 {
     ZQTaskPoolCore* const pCore = Core();
     if (pCore == nullptr)

@@ -52,7 +52,8 @@ public:
     ZQTaskPoolCore& operator=(const ZQTaskPoolCore&) = delete;
 
     /// The way to a node for m_listWait, which calls it under the lock.
-    static ZQRefThreadPool::TPLTaskNode* CallocTPLTaskNodeFromCache(void* core) ZQ_NO_THREAD_SAFETY_ANALYSIS
+    __attribute__((hot)) static ZQRefThreadPool::TPLTaskNode*
+    CallocTPLTaskNodeFromCache(void* core) ZQ_NO_THREAD_SAFETY_ANALYSIS
     {
         ZQTaskPoolCore* pThis = static_cast<ZQTaskPoolCore*>(core);
         return pThis->m_stash.Take(*pThis->m_pPool);
@@ -100,7 +101,7 @@ public:
     }
 
     /// The shared pool's task.
-    static void ThreadPoolProxy(void* slotNode, long threadId)
+    __attribute__((hot)) static void ThreadPoolProxy(void* slotNode, long threadId)
     {
         SlotNode* pSlot = static_cast<SlotNode*>(slotNode);
         pSlot->data.pThis->OnThreadPoolEntry(pSlot, threadId);

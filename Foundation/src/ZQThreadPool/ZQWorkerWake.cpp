@@ -1,9 +1,10 @@
 #include "ZQWorkerWake.h"
 
+#include "ZQFork.h"
 #include "ZQOSApi.h"
 #include "ZQRelaxed.h"
 
-ZQWorkerWake::~ZQWorkerWake()
+__attribute__((hot)) ZQWorkerWake::~ZQWorkerWake()
 {
     if (m_pPool != nullptr)
     {
@@ -12,9 +13,12 @@ ZQWorkerWake::~ZQWorkerWake()
     }
 }
 
-bool ZQWorkerWake::Queue(ZQRefThreadPool& pool, const ZQRefThreadPool::_StruRefTask& task)
+__attribute__((hot)) bool ZQWorkerWake::Queue(ZQRefThreadPool& pool, const ZQRefThreadPool::_StruRefTask& task)
 {
-    pool.AfterFork();
+    if (ZQFork::CameOver(pool.m_nFork))
+    {
+        pool.AfterFork();
+    }
     if (!ZQRelaxedLoad(pool.m_bRunning))
     {
         return false;
