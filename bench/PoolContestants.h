@@ -9,6 +9,7 @@
 
 #include <condition_variable>
 #include <cstdint>
+#include <ctime>
 #include <memory>
 #include <mutex>
 #include <pthread.h>
@@ -177,8 +178,9 @@ private:
     std::vector<std::thread> m_threads;
 };
 
-/// The floor of a latency: one thread, one place, one condition.
-class HandOff : public PoolBase<HandOff> {
+/// The floor of a latency: one thread, one place, one condition. A pool whose idle threads may leave wakes them now and then:
+/// with such a limit, which ours has, the system has a timer to take back at every wake.
+template <bool Limited> class HandOff : public PoolBase<HandOff<Limited>> {
 public:
     HandOff(int, long) : m_thread([this] { Run(); }) {}
     ~HandOff() {
@@ -200,7 +202,7 @@ private:
     void Run() {
         for (;;) {
             pthread_mutex_lock(&m_mutex);
-            while (m_number == -1) { pthread_cond_wait(&m_cond, &m_mutex); }
+            while (m_number == -1) { Wait(); }
             const long number = m_number;
             m_number = -1;
             pthread_mutex_unlock(&m_mutex);
@@ -208,6 +210,16 @@ private:
                 return;
             }
             RunTask(number);
+        }
+    }
+    void Wait() {
+        if (Limited) {
+            timespec until;
+            clock_gettime(CLOCK_REALTIME, &until);
+            ++until.tv_sec;
+            pthread_cond_timedwait(&m_cond, &m_mutex, &until);
+        } else {
+            pthread_cond_wait(&m_cond, &m_mutex);
         }
     }
 

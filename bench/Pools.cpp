@@ -129,7 +129,7 @@ std::atomic<double> startedAt{0};
 
 /// The pool is idle, its thread asleep; the submitter looks on, as one that has other things to do.
 template <class Pool> bench::Outcome Latency() {
-    const long count = bench::Scaled(2000, 200);
+    const long count = bench::Scaled(500, 200);
     RunTask = [](long) { startedAt.store(bench::Now(), std::memory_order_release); };
     Pool pool(1, 0);
     std::vector<double> latencies;
@@ -200,7 +200,8 @@ void bench::Register() {
     Add<OurRefThreadPool>("ZQRefThreadPool");
     Add<OurThreadPool>("ZQThreadPool");
     Add<Ring>("floor: ring under a mutex");
-    AddLatency<HandOff>("floor: condition");
+    AddLatency<HandOff<false>>("floor: condition");
+    AddLatency<HandOff<true>>("condition, at most 1 s");
     Add<Textbook>("textbook std::queue");
     AddBounded<OurTaskPool>("ZQTaskPool");
     AddBounded<Ring>("floor: ring under a mutex");
