@@ -60,9 +60,43 @@ public:
 private:
     friend class ZQCond;
 
+    /// Ends the process after a Lock() that the platform refused, or that the mark belies.
+    [[noreturn]] __attribute__((cold)) static void LockFailed(bool refused);
+    /// Ends the process after an Unlock() of what is free, or that the platform refused.
+    [[noreturn]] __attribute__((cold)) static void UnlockFailed(bool refused);
+
     int m_nLocked;
     pthread_mutex_t m_hOS;
 };
+
+// Here, since a free lock costs little more than the call of a function. The bodies are part of the programs that were built
+// with them, as the members are.
+
+inline void ZQMutex::Lock() ZQ_NO_THREAD_SAFETY_ANALYSIS
+{
+    if (__builtin_expect(pthread_mutex_lock(&m_hOS) != 0, 0))
+    {
+        LockFailed(true);
+    }
+    if (__builtin_expect(m_nLocked != 0, 0))
+    {
+        LockFailed(false);
+    }
+    m_nLocked = 1;
+}
+
+inline void ZQMutex::Unlock() ZQ_NO_THREAD_SAFETY_ANALYSIS
+{
+    if (__builtin_expect(m_nLocked == 0, 0))
+    {
+        UnlockFailed(false);
+    }
+    --m_nLocked;
+    if (__builtin_expect(pthread_mutex_unlock(&m_hOS) != 0, 0))
+    {
+        UnlockFailed(true);
+    }
+}
 
 /// Holds a ZQMutex from its construction to its destruction.
 /// @ingroup locks
@@ -70,9 +104,15 @@ class ZQ_API ZQ_SCOPED_CAPABILITY ZQAutoMutex
 {
 public:
     /// Locks @p mutex, which must outlive this object.
-    explicit ZQAutoMutex(ZQMutex& mutex) ZQ_ACQUIRE(mutex);
+    explicit ZQAutoMutex(ZQMutex& mutex) ZQ_ACQUIRE(mutex) : m_mutex(mutex)
+    {
+        m_mutex.Lock();
+    }
     /// Unlocks it.
-    ~ZQAutoMutex() ZQ_RELEASE();
+    ~ZQAutoMutex() ZQ_RELEASE()
+    {
+        m_mutex.Unlock();
+    }
     ZQAutoMutex(const ZQAutoMutex&) = delete;
     ZQAutoMutex& operator=(const ZQAutoMutex&) = delete;
 

@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""The promise sheet has a row for every exported function, and for nothing else.
+"""The promise sheet has a row for every exported function and for those of the headers, and for nothing else.
 
     promises.py SHEET EXPORTS"""
 import re
@@ -17,8 +17,11 @@ for line in open(sys.argv[1]):
 # Members that the library exports although they are private, and what the compiler adds.
 private = {"ZQMemoryPool::" + name for name in
            "AddOrdered CallocNext ChunckMallocSliceN FindPrev MallocN Segregate TryMallocN".split()}
+private |= {"ZQMutex::LockFailed", "ZQMutex::UnlockFailed"}
+# Functions whose bodies are in the headers.
+inline = {"ZQMutex::Lock", "ZQMutex::Unlock", "ZQAutoMutex::ZQAutoMutex", "ZQAutoMutex::~ZQAutoMutex"}
 text = subprocess.run(["c++filt"], stdin=open(sys.argv[2]), stdout=subprocess.PIPE, text=True, check=True).stdout
-exports = set()
+exports = set(inline)
 for line in text.splitlines():
     if not re.match(r"(typeinfo|vtable) ", line):
         name = re.sub(r"^unsigned long long |<unsigned long long>", "", line)

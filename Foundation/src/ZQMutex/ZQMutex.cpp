@@ -18,20 +18,18 @@ ZQMutex::~ZQMutex()
     pthread_mutex_destroy(&m_hOS);
 }
 
-__attribute__((hot)) void ZQMutex::Lock() ZQ_NO_THREAD_SAFETY_ANALYSIS
+void ZQMutex::LockFailed(bool refused)
 {
-    MutexCheck.AbortUnless(0 == pthread_mutex_lock(&m_hOS), "0==pthread_mutex_lock(&m_hOS)",
-                           "ZQMutex::Lock pthread_mutex_lock fail.\n");
-    MutexCheck.AbortUnless(m_nLocked == 0, "m_nLocked==0", "ZQMutex::Lock Recursive lock", RecursiveLockLine);
-    m_nLocked = 1;
+    MutexCheck.AbortUnless(!refused, "0==pthread_mutex_lock(&m_hOS)", "ZQMutex::Lock pthread_mutex_lock fail.\n");
+    MutexCheck.AbortUnless(false, "m_nLocked==0", "ZQMutex::Lock Recursive lock", RecursiveLockLine);
+    __builtin_unreachable();
 }
 
-__attribute__((hot)) void ZQMutex::Unlock() ZQ_NO_THREAD_SAFETY_ANALYSIS
+void ZQMutex::UnlockFailed(bool refused)
 {
-    MutexCheck.AbortUnless(0 != m_nLocked, "0 != m_nLocked", "ZQMutex::Unlock unlock no locked");
-    --m_nLocked;
-    MutexCheck.AbortUnless(0 == pthread_mutex_unlock(&m_hOS), "0==pthread_mutex_unlock(&m_hOS)",
-                           "ZQMutex::Unlock pthread_mutex_unlock fail.\n");
+    MutexCheck.AbortUnless(refused, "0 != m_nLocked", "ZQMutex::Unlock unlock no locked");
+    MutexCheck.AbortUnless(false, "0==pthread_mutex_unlock(&m_hOS)", "ZQMutex::Unlock pthread_mutex_unlock fail.\n");
+    __builtin_unreachable();
 }
 
 bool ZQMutex::TryLock() ZQ_NO_THREAD_SAFETY_ANALYSIS
@@ -43,14 +41,4 @@ bool ZQMutex::TryLock() ZQ_NO_THREAD_SAFETY_ANALYSIS
     MutexCheck.AbortUnless(m_nLocked == 0, "m_nLocked==0", "ZQMutex::TryLock Recursive lock");
     m_nLocked = 1;
     return true;
-}
-
-__attribute__((hot)) ZQAutoMutex::ZQAutoMutex(ZQMutex& mutex) : m_mutex(mutex)
-{
-    m_mutex.Lock();
-}
-
-__attribute__((hot)) ZQAutoMutex::~ZQAutoMutex()
-{
-    m_mutex.Unlock();
 }
