@@ -28,10 +28,11 @@ public:
         ZQCrashUnless(holds, expression, m_pszModule, line);
     }
 
-private:
+    /// The report of AbortUnless(), and the end.
     [[noreturn]] __attribute__((cold, noinline)) void
-    Abort(const char* expression, const char* message, int line) const;
+    Abort(const char* expression, const char* message, int line = __builtin_LINE()) const;
 
+private:
     const char* m_pszModule;
 };
 

@@ -20,16 +20,20 @@ ZQMutex::~ZQMutex()
 
 void ZQMutex::LockFailed(bool refused)
 {
-    MutexCheck.AbortUnless(!refused, "0==pthread_mutex_lock(&m_hOS)", "ZQMutex::Lock pthread_mutex_lock fail.\n");
-    MutexCheck.AbortUnless(false, "m_nLocked==0", "ZQMutex::Lock Recursive lock", RecursiveLockLine);
-    __builtin_unreachable();
+    if (refused)
+    {
+        MutexCheck.Abort("0==pthread_mutex_lock(&m_hOS)", "ZQMutex::Lock pthread_mutex_lock fail.\n");
+    }
+    MutexCheck.Abort("m_nLocked==0", "ZQMutex::Lock Recursive lock", RecursiveLockLine);
 }
 
 void ZQMutex::UnlockFailed(bool refused)
 {
-    MutexCheck.AbortUnless(refused, "0 != m_nLocked", "ZQMutex::Unlock unlock no locked");
-    MutexCheck.AbortUnless(false, "0==pthread_mutex_unlock(&m_hOS)", "ZQMutex::Unlock pthread_mutex_unlock fail.\n");
-    __builtin_unreachable();
+    if (refused)
+    {
+        MutexCheck.Abort("0==pthread_mutex_unlock(&m_hOS)", "ZQMutex::Unlock pthread_mutex_unlock fail.\n");
+    }
+    MutexCheck.Abort("0 != m_nLocked", "ZQMutex::Unlock unlock no locked");
 }
 
 bool ZQMutex::TryLock() ZQ_NO_THREAD_SAFETY_ANALYSIS
